@@ -1,0 +1,13 @@
+#include "adapter/skylark_io_adapter_error_text.h"
+
+namespace KORVA::DTC {
+
+void ErrorText::set(std::string_view text)
+{
+    std::lock_guard<std::mutex> const guard(m_mutex);
+    std::size_t const next = (m_current + 1) % m_texts.size();
+    m_texts[next] = text;
+    m_current = next;
+}
+
+} // namespace KORVA::DTC

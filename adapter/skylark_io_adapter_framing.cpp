@@ -1,0 +1,168 @@
+#include "adapter/skylark_io_adapter_framing.h"
+
+#include "adapter/skylark_io_adapter_connection.h"
+#include "util/usocket.h"
+
+#include <algorithm>
+#include <cstdio>
+
+namespace KORVA::DTC {
+namespace {
+
+constexpr char const* fileName = "skylark_io_adapter_framing";
+constexpr char const* disconnected = "Client has disconnected";
+
+void encodeWord(unsigned char* bytes, std::uint32_t word)
+{
+    for (int i = 0; i < 4; ++i)
+        bytes[i] = static_cast<unsigned char>(word >> (8 * i));
+}
+
+std::uint32_t decodeWord(unsigned char const* bytes)
+{
+    std::uint32_t word = 0;
+    for (int i = 3; i >= 0; --i)
+        word = word << 8 | bytes[i];
+    return word;
+}
+
+/// Writes all length bytes, however many calls that takes. Returns the socket's result.
+unsigned int writeWhole(uSocket& socket, unsigned char const* bytes, unsigned int length)
+{
+    unsigned int result = uSocket::Success;
+    for (unsigned int written = 0; result == uSocket::Success && written < length;) {
+        unsigned int count = 0;
+        result = socket.WriteData(bytes, length - written, written, &count);
+        if (result == uSocket::Success)
+            written += count;
+    }
+    return result;
+}
+
+/// Reads exactly length bytes, however many calls that takes. Returns the socket's result.
+unsigned int readWhole(uSocket& socket, unsigned char* bytes, unsigned int length)
+{
+    unsigned int result = uSocket::Success;
+    for (unsigned int read = 0; result == uSocket::Success && read < length;) {
+        unsigned int count = 0;
+        result = socket.ReadData(bytes, length - read, read, &count);
+        if (result == uSocket::Success)
+            read += count;
+    }
+    return result;
+}
+
+void store(unsigned int* target, unsigned int value)
+{
+    if (target != nullptr)
+        *target = value;
+}
+
+} // namespace
+
+MessageHeader::Bytes MessageHeader::encode() const
+{
+    Bytes bytes;
+    encodeWord(&bytes[0], magic);
+    encodeWord(&bytes[4], reserved);
+    encodeWord(&bytes[8], byteCount);
+    encodeWord(&bytes[12], tag);
+    return bytes;
+}
+
+MessageHeader MessageHeader::decode(Bytes const& bytes)
+{
+    return {decodeWord(&bytes[0]), decodeWord(&bytes[4]), decodeWord(&bytes[8]),
+            decodeWord(&bytes[12])};
+}
+
+DTC_IO_STATUS skylark_Connection::send_sock(uSocket* socket, unsigned int tag, unsigned int* buffer,
+                                            unsigned int length, unsigned int* sent)
+{
+    if (length == 0 || buffer == nullptr || socket == nullptr)
+        return DTC_IO_INVALID;
+    MessageHeader::Bytes const header =
+        MessageHeader{MessageHeader::Magic, 0, length, tag}.encode();
+    unsigned int result = writeWhole(*socket, header.data(), MessageHeader::Size);
+    if (result == uSocket::Success)
+        result = writeWhole(*socket, reinterpret_cast<unsigned char const*>(buffer), length);
+    if (result == uSocket::Success) {
+        store(sent, length);
+        return DTC_IO_SUCCESS;
+    }
+    DTC_IO_STATUS const status = transfer_failed(*socket, result);
+    if (status != DTC_IO_DISCONNECTED)
+        std::printf("%s(%d) WriteData() returned error[%d]: %s\n", fileName, __LINE__,
+                    static_cast<int>(result), get_error());
+    return status;
+}
+
+DTC_IO_STATUS skylark_Connection::receive_sock(uSocket* socket, unsigned int* tag,
+                                               unsigned int* buffer, unsigned int size,
+                                               unsigned int* received)
+{
+    if (buffer == nullptr || socket == nullptr || tag == nullptr || size == 0)
+        return fail(DTC_IO_INVALID, "Invalid parameter");
+    store(received, 0);
+    *tag = 0;
+
+    MessageHeader::Bytes bytes;
+    unsigned int const result = readWhole(*socket, bytes.data(), MessageHeader::Size);
+    if (result != uSocket::Success)
+        return transfer_failed(*socket, result);
+    MessageHeader const header = MessageHeader::decode(bytes);
+    if (header.byteCount == 0)
+        return fail(DTC_IO_FAILED, "Invalid byte count in message header\n");
+    if (header.magic != MessageHeader::Magic) {
+        char text[64];
+        std::snprintf(text, sizeof text, "invalid header received by ReadData(): %x\n",
+                      header.magic);
+        return fail(DTC_IO_FAILED, text);
+    }
+
+    auto* const payload = reinterpret_cast<unsigned char*>(buffer);
+    if (header.byteCount > size)
+        return discard_payload(*socket, payload, size, header.byteCount);
+    DTC_IO_STATUS const status = read_payload(*socket, payload, header.byteCount);
+    if (status == DTC_IO_SUCCESS) {
+        store(received, header.byteCount);
+        *tag = header.tag;
+    }
+    return status;
+}
+
+DTC_IO_STATUS skylark_Connection::read_payload(uSocket& socket, unsigned char* buffer,
+                                               unsigned int length)
+{
+    unsigned int const result = readWhole(socket, buffer, length);
+    if (result == uSocket::Success)
+        return DTC_IO_SUCCESS;
+    DTC_IO_STATUS const status = transfer_failed(socket, result);
+    if (status != DTC_IO_DISCONNECTED)
+        std::printf("%s(%d) ReadData() returned error[%d]: %s\n", fileName, __LINE__,
+                    static_cast<int>(result), get_error());
+    return status;
+}
+
+DTC_IO_STATUS skylark_Connection::discard_payload(uSocket& socket, unsigned char* buffer,
+                                                  unsigned int size, unsigned int length)
+{
+    m_error.set("Message too large for buffer");
+    for (unsigned int left = length; left > 0;) {
+        unsigned int const piece = std::min(left, size);
+        DTC_IO_STATUS const status = read_payload(socket, buffer, piece);
+        if (status != DTC_IO_SUCCESS)
+            return status;
+        left -= piece;
+    }
+    return DTC_IO_INVALID;
+}
+
+DTC_IO_STATUS skylark_Connection::transfer_failed(uSocket const& socket, unsigned int result)
+{
+    if (result == uSocket::ConnectionLost)
+        return fail(DTC_IO_DISCONNECTED, disconnected);
+    return fail(DTC_IO_FAILED, socket.GetLastErrorText());
+}
+
+} // namespace KORVA::DTC

@@ -1,0 +1,124 @@
+/// The exported C functions, the one adapter behind them and the last-error text.
+#include "adapter/skylark_io_adapter_library.h"
+#include "adapter/skylark_io_adapter.h"
+#include "adapter/skylark_io_adapter_error_text.h"
+
+using KORVA::DTC::ErrorText;
+using KORVA::DTC::IOAdapter_Connection;
+using KORVA::DTC::skylark_IOAdapter;
+
+namespace KORVA::DTC {
+
+char const* logApp = "skylark_io_adapter";
+
+} // namespace KORVA::DTC
+
+namespace {
+
+// Built in this order when the library is loaded, destroyed in the reverse order when it is
+// unloaded. Destroying the adapter closes what is still open.
+skylark_IOAdapter g_adapter;
+ErrorText g_last_error;
+
+/// Hands out the connection that the adapter made, or its reason for having made none.
+template <typename MakeConnection>
+DTC_IO_STATUS makeConnection(void** connection, MakeConnection make)
+{
+    *connection = nullptr;
+    try {
+        *connection = make();
+        if (*connection != nullptr)
+            return DTC_IO_SUCCESS;
+        g_last_error.set(g_adapter.get_error());
+    } catch (...) { // out of memory; the caller may be a C program
+    }
+    return DTC_IO_NO_CONNECTION;
+}
+
+template <typename Operation>
+DTC_IO_STATUS onConnection(void* handle, Operation operation)
+{
+    auto* const connection = static_cast<IOAdapter_Connection*>(handle);
+    try {
+        DTC_IO_STATUS const status = operation(*connection);
+        if (status != DTC_IO_SUCCESS)
+            g_last_error.set(connection->get_error());
+        return status;
+    } catch (...) {
+        return DTC_IO_INVALID;
+    }
+}
+
+} // namespace
+
+extern "C" {
+
+KORVA_API char const* DTC_Get_Version(void)
+{
+    return g_adapter.get_version();
+}
+
+KORVA_API int DTC_Get_Status(void)
+{
+    return g_adapter.get_status();
+}
+
+KORVA_API char const* DTC_Get_Error(void)
+{
+    return g_last_error.c_str();
+}
+
+KORVA_API DTC_IO_STATUS DTC_IO_Create(const char* service, unsigned int param, void** connection)
+{
+    return makeConnection(connection, [=] { return g_adapter.create(service, param); });
+}
+
+KORVA_API DTC_IO_STATUS DTC_IO_Open(const char* address, const char* service, void** connection)
+{
+    return makeConnection(connection, [=] { return g_adapter.open(address, service); });
+}
+
+KORVA_API void DTC_IO_Close(void* connection)
+{
+    g_adapter.close(static_cast<IOAdapter_Connection*>(connection));
+}
+
+KORVA_API DTC_IO_STATUS DTC_IO_Send_V2(void* connection, unsigned int clientId, unsigned int tag,
+                                       unsigned int* buffer, unsigned int length,
+                                       unsigned int* sent)
+{
+    return onConnection(connection, [=](IOAdapter_Connection& c) {
+        return c.send(clientId, tag, buffer, length, sent);
+    });
+}
+
+KORVA_API DTC_IO_STATUS DTC_IO_Receive(void* connection, unsigned int* clientId, unsigned int* tag,
+                                       unsigned int* buffer, unsigned int size,
+                                       unsigned int* received, unsigned int timeout)
+{
+    return onConnection(connection, [=](IOAdapter_Connection& c) {
+        return c.receive(clientId, tag, buffer, size, received, timeout);
+    });
+}
+
+KORVA_API DTC_IO_STATUS DTC_IO_Receive_Ready(void* connection, unsigned int timeout)
+{
+    return onConnection(connection,
+                        [=](IOAdapter_Connection& c) { return c.receive_ready(timeout); });
+}
+
+KORVA_API DTC_IO_STATUS DTC_IO_Local_Id(void* connection, unsigned int* id)
+{
+    return onConnection(connection, [=](IOAdapter_Connection& c) { return c.get_local_id(id); });
+}
+
+KORVA_API DTC_IO_STATUS DTC_IO_Get_State(void* connection, DTC_IO_LOADERIF** state)
+{
+    try {
+        return static_cast<IOAdapter_Connection*>(connection)->get_state(state);
+    } catch (...) {
+        return 3;
+    }
+}
+
+} // extern "C"

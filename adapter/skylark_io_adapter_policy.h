@@ -1,0 +1,26 @@
+/// Who may be a client of a server, and what is recorded of it.
+#pragma once
+
+#include "adapter/skylark_io_adapter_server.h"
+
+/// Serves one client machine at a time: "dtc_io".
+class skylark_Server_SingleAccess final : public KORVA::DTC::skylark_Server
+{
+public:
+    using skylark_Server::skylark_Server;
+
+    bool is_multiclient_allowed() override;
+    void on_first_client_added(char const* address) override;
+    void on_last_client_removed() override;
+};
+
+/// Serves clients from any number of machines: "dtc_conf".
+class skylark_Server_SharedAccess final : public KORVA::DTC::skylark_Server
+{
+public:
+    using skylark_Server::skylark_Server;
+
+    bool is_multiclient_allowed() override;
+    void on_first_client_added(char const* address) override;
+    void on_last_client_removed() override;
+};

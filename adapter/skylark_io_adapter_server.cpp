@@ -1,0 +1,264 @@
+#include "adapter/skylark_io_adapter_server.h"
+
+#include "adapter/skylark_io_adapter_select.h"
+#include "adapter/skylark_io_adapter_wait.h"
+#include "util/usocket.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
+
+namespace KORVA::DTC {
+
+skylark_Server::skylark_Server(uSocket* socket, unsigned int param)
+    : skylark_Connection(socket), m_param(param)
+{}
+
+skylark_Server::~skylark_Server()
+{
+    uMutexGuard const guard(m_lock);
+    for (clientPtr& client : m_clients)
+        client = clientPtr{};
+}
+
+DTC_IO_STATUS skylark_Server::receive_ready(unsigned int timeout)
+{
+    if (wait_for_ready_client(timeout) != nullptr)
+        return DTC_IO_SUCCESS;
+    return client_count() != 0 ? DTC_IO_TIMEOUT : DTC_IO_DISCONNECTED;
+}
+
+DTC_IO_STATUS skylark_Server::receive(unsigned int* clientId, unsigned int* tag,
+                                      unsigned int* buffer, unsigned int size,
+                                      unsigned int* received, unsigned int timeout)
+{
+    if (clientId == nullptr)
+        return fail(DTC_IO_INVALID, "Invalid parameter");
+    bool clientLost = false;
+    for (;;) {
+        std::uint64_t const before = epoch();
+        // Once a client is lost the call waits on for the others: short time-outs must not make it
+        // spin.
+        constexpr unsigned int leastRewaitMs = 50;
+        ServerWait wait(clientLost ? std::max(timeout, leastRewaitMs) : timeout);
+        clientPtr* const client = wait_for_ready_client(wait);
+        if (client == nullptr) {
+            bool const noClient = client_count() == 0;
+            if (clientLost && !noClient && !wait.failed())
+                continue;
+            return noClient ? DTC_IO_DISCONNECTED : DTC_IO_TIMEOUT;
+        }
+
+        uMutexGuard const guard(m_lock);
+        if (!is_still_readable(*client, before))
+            continue;
+        ++m_epoch;
+        DTC_IO_STATUS const status =
+            receive_sock(client->socket.get(), tag, buffer, size, received);
+        if (status != DTC_IO_DISCONNECTED) {
+            if (status == DTC_IO_SUCCESS)
+                *clientId = client->id;
+            return status;
+        }
+        remove_client(client);
+        clientLost = true;
+        if (m_clientCount == 0)
+            return DTC_IO_DISCONNECTED;
+    }
+}
+
+/// Two threads may have waited for the same client, and the other one was faster: reading now would
+/// block with the lock held. Without another thread this costs no system call.
+bool skylark_Server::is_still_readable(clientPtr const& client, std::uint64_t since) const
+{
+    if (client.socket == nullptr)
+        return false;
+    return m_epoch == since || select_readable(client.socket->GetDescriptor(), 0) > 0;
+}
+
+DTC_IO_STATUS skylark_Server::send(unsigned int clientId, unsigned int tag, unsigned int* buffer,
+                                   unsigned int length, unsigned int* sent)
+{
+    uMutexGuard const guard(m_lock);
+    clientPtr* const client = lookup_client(clientId);
+    if (client == nullptr || client->socket == nullptr)
+        return DTC_IO_DISCONNECTED;
+    DTC_IO_STATUS const status = send_sock(client->socket.get(), tag, buffer, length, sent);
+    // Only marked: the socket may be in the read set of a thread that waits just now.
+    if (status == DTC_IO_DISCONNECTED)
+        client->marker = 0;
+    return status;
+}
+
+skylark_Server::clientPtr* skylark_Server::wait_for_ready_client(unsigned int timeout)
+{
+    ServerWait wait(timeout);
+    return wait_for_ready_client(wait);
+}
+
+skylark_Server::clientPtr* skylark_Server::wait_for_ready_client(ServerWait& wait)
+{
+    int const listening = m_socket->GetDescriptor();
+    for (;;) {
+        std::uint64_t const before = epoch();
+        fd_set set;
+        int maxfd = 0;
+        initialize_readset(set, maxfd);
+        if (!wait.listens())
+            FD_CLR(listening, &set);
+        int const readable = select_readable(set, maxfd, wait.slice());
+        if (readable == -1) {
+            if (errno == EBADF && epoch() != before)
+                continue; // another thread removed a client that is in the set
+            wait.fail();
+            return nullptr;
+        }
+        if (readable == 0) {
+            if (wait.is_over())
+                return nullptr;
+            continue;
+        }
+        if (FD_ISSET(listening, &set)) {
+            if (accept_client())
+                wait.restart();
+            else
+                wait.pause_listening();
+        }
+        clientPtr* const client = find_ready_client(set);
+        if (client != nullptr)
+            return client;
+    }
+}
+
+void skylark_Server::initialize_readset(fd_set& set, int& maxfd)
+{
+    uMutexGuard const guard(m_lock);
+    FD_ZERO(&set);
+    maxfd = m_socket->GetDescriptor();
+    FD_SET(maxfd, &set);
+    for (clientPtr& client : m_clients) {
+        if (client.socket == nullptr)
+            continue;
+        if (client.marker != valid_data) {
+            remove_client(&client);
+            continue;
+        }
+        int const descriptor = client.socket->GetDescriptor();
+        FD_SET(descriptor, &set);
+        maxfd = std::max(maxfd, descriptor);
+    }
+}
+
+/// Accepts and admits or refuses one client. False when the system has no connection to give.
+bool skylark_Server::accept_client()
+{
+    uMutexGuard const guard(m_lock);
+    if (select_readable(m_socket->GetDescriptor(), 0) <= 0)
+        return true; // another thread has accepted it
+    std::unique_ptr<uSocket> socket(m_socket->AcceptClient());
+    if (socket == nullptr)
+        return false;
+    if (add_client(socket.get()))
+        static_cast<void>(socket.release()); // its place in the table owns it now
+    return true;
+}
+
+bool skylark_Server::add_client(uSocket* socket)
+{
+    if (socket == nullptr)
+        return false;
+    uMutexGuard const guard(m_lock);
+    if (!is_client_allowed(socket->GetHost()))
+        return false;
+    initialize_client(socket);
+    clientPtr* const slot = find_free_slot();
+    if (slot == nullptr)
+        return false;
+    slot->marker = valid_data;
+    slot->id = socket->GetRemotePort();
+    slot->socket.reset(socket);
+    m_nextSlot = (static_cast<unsigned int>(slot - m_clients.data()) + 1) % capacity;
+    if (++m_clientCount == 1)
+        on_first_client_added(socket->GetHost());
+    return true;
+}
+
+/// A peer that falls silent without closing is noticed after about 15 + 3 * 5 seconds (tcp(7)).
+bool skylark_Server::initialize_client(uSocket* socket)
+{
+    struct Option
+    {
+        int level;
+        int name;
+        int value;
+    };
+    constexpr Option keepAlive[] = {
+        {SOL_SOCKET, SO_KEEPALIVE, 1},
+        {IPPROTO_TCP, TCP_KEEPIDLE, 15},
+        {IPPROTO_TCP, TCP_KEEPINTVL, 5},
+        {IPPROTO_TCP, TCP_KEEPCNT, 3},
+    };
+    for (Option const& option : keepAlive)
+        setsockopt(socket->GetDescriptor(), option.level, option.name, &option.value,
+                   sizeof option.value);
+    return true;
+}
+
+/// A dead place is not free: its socket still waits to be closed.
+skylark_Server::clientPtr* skylark_Server::find_free_slot()
+{
+    for (unsigned int i = 0; i < capacity; ++i) {
+        clientPtr& candidate = m_clients[(m_nextSlot + i) % capacity];
+        if (candidate.marker != valid_data && candidate.socket == nullptr)
+            return &candidate;
+    }
+    return nullptr;
+}
+
+skylark_Server::clientPtr* skylark_Server::lookup_client(unsigned int id)
+{
+    auto* const found =
+        std::find_if(m_clients.begin(), m_clients.end(), [id](clientPtr const& client) {
+            return client.marker != 0 && client.id == id;
+        });
+    return found != m_clients.end() ? found : nullptr;
+}
+
+void skylark_Server::remove_client(clientPtr* client)
+{
+    if (client == nullptr)
+        return;
+    uMutexGuard const guard(m_lock);
+    if (client->socket == nullptr)
+        return;
+    *client = clientPtr{};
+    ++m_epoch;
+    if (--m_clientCount == 0)
+        on_last_client_removed();
+}
+
+skylark_Server::clientPtr* skylark_Server::find_ready_client(fd_set set)
+{
+    uMutexGuard const guard(m_lock);
+    auto* const found =
+        std::find_if(m_clients.begin(), m_clients.end(), [&set](clientPtr const& client) {
+            return client.socket != nullptr && FD_ISSET(client.socket->GetDescriptor(), &set);
+        });
+    return found != m_clients.end() ? found : nullptr;
+}
+
+unsigned int skylark_Server::client_count()
+{
+    uMutexGuard const guard(m_lock);
+    return m_clientCount;
+}
+
+std::uint64_t skylark_Server::epoch()
+{
+    uMutexGuard const guard(m_lock);
+    return m_epoch;
+}
+
+} // namespace KORVA::DTC

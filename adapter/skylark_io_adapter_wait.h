@@ -1,0 +1,70 @@
+#pragma once
+
+#include "adapter/dtc_io.h"
+
+#include <algorithm>
+#include <chrono>
+
+namespace KORVA::DTC {
+
+/// How long a server's next select may last, and whether it includes the listening socket.
+///
+/// A connection that cannot be accepted, because the process has run out of descriptors, keeps the
+/// listening socket readable: without a pause the wait would spin. While paused, clients are still
+/// served, and the time-out runs on; after each pause accepting is tried again.
+class ServerWait
+{
+public:
+    explicit ServerWait(unsigned int timeoutMs) : m_timeoutMs(timeoutMs), m_leftMs(timeoutMs) {}
+
+    bool listens() const { return m_listens; }
+
+    /// Milliseconds for the next select.
+    unsigned int slice() const { return m_listens ? m_leftMs : std::min(m_leftMs, pauseMs); }
+
+    /// A client was accepted: the full time-out again.
+    void restart() { *this = ServerWait(m_timeoutMs); }
+
+    void pause_listening()
+    {
+        if (!m_hasDeadline)
+            m_deadline = Clock::now() + std::chrono::milliseconds(m_timeoutMs);
+        m_hasDeadline = true;
+        m_listens = false;
+        m_leftMs = left();
+    }
+
+    /// After a select that timed out: whether that was the end. If it was not, a pause was.
+    bool is_over()
+    {
+        if (m_listens)
+            return true;
+        m_listens = true;
+        m_leftMs = left();
+        return m_leftMs == 0;
+    }
+
+    void fail() { m_failed = true; }
+    bool failed() const { return m_failed; }
+
+private:
+    using Clock = std::chrono::steady_clock;
+    static constexpr unsigned int pauseMs = 50;
+
+    unsigned int left() const
+    {
+        if (m_timeoutMs == DTC_IO_NO_TIME_LIMIT)
+            return m_timeoutMs;
+        auto const rest = std::chrono::ceil<std::chrono::milliseconds>(m_deadline - Clock::now());
+        return static_cast<unsigned int>(std::max<long long>(rest.count(), 0));
+    }
+
+    unsigned int m_timeoutMs;
+    unsigned int m_leftMs;
+    Clock::time_point m_deadline;
+    bool m_hasDeadline = false;
+    bool m_listens = true;
+    bool m_failed = false;
+};
+
+} // namespace KORVA::DTC

@@ -1,0 +1,14 @@
+# Options that every target of the tree is compiled with: skylark_compile_options, linked privately.
+
+add_library(skylark_compile_options INTERFACE)
+
+set(skylark_warnings -Wall -Wextra -Wpedantic -Wshadow -Wconversion)
+if(SKYLARK_WERROR)
+  list(APPEND skylark_warnings -Werror)
+endif()
+
+target_compile_options(skylark_compile_options INTERFACE
+  ${skylark_warnings}
+  $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor;-Woverloaded-virtual>
+  # The same tree gives the same bytes wherever it lies.
+  -ffile-prefix-map=${CMAKE_SOURCE_DIR}/=)

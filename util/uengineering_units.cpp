@@ -1,0 +1,7 @@
+#include "util/uengineering_units.h"
+
+namespace KORVA {
+
+uEngineeringUnits::~uEngineeringUnits() = default;
+
+} // namespace KORVA

@@ -1,0 +1,59 @@
+/// A signalled flag that threads can wait for.
+///
+/// Any thread may call any operation. Each signal is consumed once, by a wait, by a listener or by
+/// Reset, except that one Set releases every thread blocked in Wait at that moment. The event must
+/// outlive every call, and every uEventListener that was given it.
+#pragma once
+
+#include "util/export.h"
+#include "util/umutex.h"
+
+#include <atomic>
+#include <pthread.h>
+#include <vector>
+
+namespace KORVA {
+
+class uEventListener;
+
+class KORVA_API uEvent
+{
+public:
+    /// initialState true makes the event set from the start.
+    explicit uEvent(bool initialState);
+    ~uEvent();
+    uEvent(uEvent const&) = delete;
+    uEvent& operator=(uEvent const&) = delete;
+
+    /// Waits until the event is set, at most timeoutMs milliseconds (0xFFFFFFFF: without limit),
+    /// and clears it. Returns false on time-out, leaving the event as it is. The limit is a moment
+    /// on the wall clock: setting the clock moves it. Any wake-up counts, also one without a Set.
+    bool Wait(unsigned int timeoutMs);
+
+    /// Sets the event. Threads blocked in Wait all return and consume it; with none, the first
+    /// listener that is waiting consumes it; otherwise it stays set. Always true.
+    bool Set();
+
+    /// Clears the event. Always true.
+    bool Reset();
+
+    bool IsSet() const { return m_state; }
+
+    /// Registers a listener (not owned, duplicates allowed); uEventListener does it for itself.
+    bool AddListener(uEventListener* listener);
+
+    /// Removes the first registration of the listener; false when there is none.
+    bool DeleteListener(uEventListener* listener);
+
+private:
+    bool offerToListeners();
+
+    std::atomic<bool> m_state;
+    int m_waiters = 0;
+    pthread_mutex_t m_mutex = PTHREAD_MUTEX_INITIALIZER;
+    std::vector<uEventListener*> m_listeners;
+    uMutex m_listenerLock;
+    pthread_cond_t m_condition = PTHREAD_COND_INITIALIZER;
+};
+
+} // namespace KORVA

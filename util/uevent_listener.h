@@ -1,0 +1,54 @@
+/// Waits for the first of several events.
+///
+/// The events belong to the caller and must outlive the listener. Any thread may call any
+/// operation; the destructor must not run while another thread is inside one.
+#pragma once
+
+#include "util/export.h"
+
+#include <atomic>
+#include <pthread.h>
+#include <vector>
+
+namespace KORVA {
+
+class uEvent;
+
+class KORVA_API uEventListener
+{
+public:
+    /// Listens to count events. A null entry counts as an event that is never set; a null array, or
+    /// a count of 0 or less, gives a listener over nothing.
+    uEventListener(uEvent** events, int count);
+    ~uEventListener();
+    uEventListener(uEventListener const&) = delete;
+    uEventListener& operator=(uEventListener const&) = delete;
+
+    /// Waits at most timeoutMs milliseconds (0xFFFFFFFF: without limit) for one of the events and
+    /// consumes it. Returns its index in the array given to the constructor, or -1 on time-out.
+    /// When several are set already, the first in order is reported and all of them are cleared.
+    /// The limit is a moment on the wall clock, as in uEvent::Wait.
+    int Wait(unsigned int timeoutMs);
+
+    /// Called by uEvent::Set. Returns true when a waiting thread takes the event.
+    bool WakeUp(uEvent* event);
+
+    /// The index of the first event that is set, or -1; consumes nothing.
+    int UpdateState();
+
+private:
+    int firstSetEvent() const;
+    int lastIndexOf(uEvent const* event) const;
+    void resetSetEvents();
+
+    // m_satisfied and m_waiters are also read without m_mutex.
+    std::atomic<bool> m_satisfied{false};
+    int m_count;
+    std::vector<uEvent*> m_events;
+    std::atomic<int> m_waiters{0};
+    pthread_cond_t m_condition = PTHREAD_COND_INITIALIZER;
+    pthread_mutex_t m_mutex = PTHREAD_MUTEX_INITIALIZER;
+    int m_wokenIndex = -1;
+};
+
+} // namespace KORVA

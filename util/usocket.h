@@ -1,0 +1,101 @@
+/// A blocking IPv4 TCP socket, in one of two roles: it listens and accepts, or it is connected.
+///
+/// Each operation makes one system call where the task allows it, reports a small result code and,
+/// on failure, leaves the reason as text in the object. Nothing throws. One thread at a time may
+/// use a socket. Descriptors are close-on-exec, and one too large for an fd_set is refused as if
+/// the process had run out of descriptors, so every open socket can be given to select(2).
+///
+/// SIGPIPE is not handled here: a process that has not ignored it ends when it writes to a peer
+/// that has gone.
+#pragma once
+
+#include "util/export.h"
+
+#include <string>
+
+namespace KORVA {
+
+class KORVA_API uSocket
+{
+public:
+    /// Result codes of the operations.
+    enum Result : unsigned int {
+        Success = 0,
+        ServerFailed = 1,    ///< ServerCreate: no socket, port taken or not listening
+        InvalidArgument = 2, ///< null buffer; ClientCreate: no socket; SetNoDelay: refused
+        Failed = 4,          ///< ClientCreate: not connected; a read or write failed
+        ConnectionLost = 5   ///< end of stream, or EPIPE, ECONNABORTED, ECONNRESET
+    };
+
+    uSocket() = default;
+    virtual ~uSocket();
+    uSocket(uSocket const&) = delete;
+    uSocket& operator=(uSocket const&) = delete;
+
+    /// Listens on the port (its low 16 bits; 0: one that the system picks) of all local addresses,
+    /// with a backlog of 1. Closing this socket, or one it accepted, discards unsent data and
+    /// resets the connection. 0, or 1 on failure; the descriptor of a failed attempt stays open
+    /// until Close.
+    unsigned int ServerCreate(unsigned int port);
+
+    /// Connects to the dotted-decimal host (no name is looked up) and the port (its low 16 bits).
+    /// Blocks as long as the system tries. 0; 2 when there is no socket to be had; 4 when not
+    /// connected.
+    unsigned int ClientCreate(char const* host, unsigned int port);
+
+    /// Blocks until a client connects to this listening socket. The new socket belongs to the
+    /// caller; null on failure.
+    uSocket* AcceptClient();
+
+    /// Receives at most length bytes into buffer + offset. Blocks until there is at least one byte,
+    /// and never waits for more. *count receives what recv(2) returned. A signal does not end it.
+    unsigned int ReadData(unsigned char* buffer, unsigned int length, unsigned int offset,
+                          unsigned int* count);
+
+    /// Sends length bytes from buffer + offset. Blocks until the system has taken some of them;
+    /// *count receives how many, which can be fewer than length. A signal does not end it.
+    unsigned int WriteData(unsigned char const* buffer, unsigned int length, unsigned int offset,
+                           unsigned int* count);
+
+    /// Sets (enable not 0) or clears TCP_NODELAY. 0, or 2 when the system refuses.
+    unsigned int SetNoDelay(int enable);
+
+    /// The bytes that can be read without blocking; 0 when the system cannot tell.
+    unsigned int GetReadDataAvailable() const;
+
+    /// Shuts the connection down and closes the descriptor. Once closed, it does nothing.
+    void Close();
+
+    /// Records prefix + ": " + the text of the current errno as the last error; returns that errno.
+    unsigned int getLastSockErr(char const* prefix);
+
+    int GetDescriptor() const { return m_descriptor; } ///< -1 when closed or not yet open.
+    unsigned int GetLocalPort() const { return m_localPort; }
+    unsigned int GetRemotePort() const
+    {
+        return m_remotePort;
+    } ///< A listening socket: its own port.
+    char const* GetHost() const
+    {
+        return m_host.c_str();
+    } ///< The peer's address; "" when listening.
+
+    /// The text of the last failure, never cleared by a success; valid until the next failure.
+    char const* GetLastErrorText() const { return m_lastError.c_str(); }
+
+private:
+    bool openDescriptor();
+    unsigned int transferResult(long transferred, char const* failed, char const* closed);
+
+    bool m_isServer = false;
+    int m_descriptor = -1;
+    unsigned int m_localPort = 0;
+    unsigned int m_remotePort = 0;
+    std::string m_host;
+    std::string m_lastError;
+};
+
+/// Whether select(2) can be asked about the descriptor.
+bool fitsDescriptorSet(int descriptor);
+
+} // namespace KORVA
