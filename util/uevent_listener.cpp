@@ -53,9 +53,12 @@ bool uEventListener::WakeUp(uEvent* event)
         return false;
     PosixLockGuard const guard(m_mutex);
     m_satisfied = firstSetEvent() >= 0;
-    if (!m_satisfied)
-        return false;
+    if (!m_satisfied || !event->IsSet())
+        return false; // a Wait that scanned meanwhile has taken it already
     m_wokenIndex = lastIndexOf(event);
+    // Not left to Set, which goes on without this lock: the woken thread could wait again and find the
+    // same signal a second time.
+    event->Reset();
     pthread_cond_broadcast(&m_condition);
     return true;
 }

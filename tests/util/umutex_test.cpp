@@ -1,0 +1,50 @@
+#include "util/umutex.h"
+
+#include <gtest/gtest.h>
+#include <thread>
+
+using KORVA::uMutex;
+
+namespace {
+
+TEST(MutexTest, IsReentrantForItsOwnerAndClosedToOthers)
+{
+    uMutex mutex;
+    EXPECT_FALSE(mutex.IsLocked());
+    EXPECT_FALSE(mutex.Unlock()) << "free, so this thread does not own it";
+    for (int level = 0; level < 3; ++level)
+        EXPECT_TRUE(mutex.Lock());
+    EXPECT_TRUE(pthread_equal(mutex.GetOwnerThreadHandle(), pthread_self()));
+
+    std::thread([&] { EXPECT_FALSE(mutex.Unlock()); }).join();
+
+    EXPECT_TRUE(mutex.Unlock());
+    EXPECT_TRUE(mutex.Unlock());
+    EXPECT_TRUE(mutex.IsLocked()) << "one level is left";
+    EXPECT_TRUE(mutex.Unlock());
+    EXPECT_FALSE(mutex.IsLocked());
+    EXPECT_EQ(mutex.GetOwnerThreadHandle(), 0U);
+}
+
+TEST(MutexTest, LetsOneThreadInAtATimeWhateverTheDepth)
+{
+    uMutex mutex;
+    int inside = 0;
+    long entries = 0;
+    auto const work = [&] {
+        for (int i = 0; i < 20'000; ++i) {
+            KORVA::uMutexGuard const outer(mutex);
+            KORVA::uMutexGuard const inner(mutex);
+            EXPECT_EQ(++inside, 1);
+            ++entries;
+            --inside;
+        }
+    };
+    std::thread threads[] = {std::thread(work), std::thread(work), std::thread(work)};
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(entries, 60'000);
+    EXPECT_FALSE(mutex.IsLocked());
+}
+
+} // namespace

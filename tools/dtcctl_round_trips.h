@@ -1,0 +1,29 @@
+#pragma once
+
+#include <cstddef>
+
+namespace dtcctl {
+
+/// Running minimum, mean, maximum and deviation of round-trip times, in milliseconds.
+class RoundTrips
+{
+public:
+    void add(double milliseconds);
+
+    std::size_t count() const { return m_count; }
+    double minimum() const { return m_minimum; }
+    double maximum() const { return m_maximum; }
+    double average() const { return m_mean; }
+
+    /// The square root of the mean squared distance from the average, as ping(8) reports "mdev".
+    double deviation() const;
+
+private:
+    std::size_t m_count = 0;
+    double m_minimum = 0;
+    double m_maximum = 0;
+    double m_mean = 0;
+    double m_squares = 0; // of the distances from the mean, by Welford's method
+};
+
+} // namespace dtcctl

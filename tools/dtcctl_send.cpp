@@ -1,0 +1,117 @@
+#include "tools/dtcctl.h"
+#include "tools/dtcctl_address.h"
+#include "tools/dtcctl_connection.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <limits>
+#include <memory>
+#include <unistd.h>
+
+namespace dtcctl {
+namespace {
+
+struct SendOptions
+{
+    std::string address;
+    std::string service = "dtc_io";
+    unsigned int tag = 0;
+    unsigned int timeoutMs = 5000;
+    unsigned int maxSizeBytes = 16U << 20;
+    bool noReply = false;
+    std::string text;
+    std::string file;
+};
+
+std::string readAll(std::istream& stream, std::string const& name)
+{
+    std::string content((std::istreambuf_iterator<char>(stream)), std::istreambuf_iterator<char>());
+    if (stream.bad())
+        throw Failure("cannot read " + name);
+    return content;
+}
+
+std::string readFile(std::string const& name)
+{
+    std::ifstream stream(name, std::ios::binary);
+    if (!stream)
+        throw Failure("cannot open " + name + ": " + std::strerror(errno));
+    return readAll(stream, name);
+}
+
+std::string messageOf(SendOptions const& options)
+{
+    std::string message = !options.file.empty() ? readFile(options.file)
+                          : options.text == "-" ? readAll(std::cin, "standard input")
+                                                : options.text;
+    if (message.empty())
+        throw UsageError("a message holds at least one byte");
+    if (message.size() > std::numeric_limits<unsigned int>::max())
+        throw UsageError("a message holds less than 4 GiB");
+    return message;
+}
+
+/// The reply's bytes as they are; a terminal gets the line feed that the reply may lack.
+void printReply(Buffer& buffer, Received const& reply)
+{
+    std::fwrite(buffer.bytes(), 1, reply.length, stdout);
+    if (isatty(STDOUT_FILENO) == 1 && buffer.bytes()[reply.length - 1] != '\n')
+        std::putchar('\n');
+    std::fflush(stdout);
+    std::fprintf(stderr, "reply: %u byte%s, tag %u\n", reply.length, reply.length == 1 ? "" : "s",
+                 reply.tag);
+}
+
+void sendMessage(SendOptions const& options)
+{
+    std::string const message = messageOf(options);
+    Connection connection = Connection::open(libraryAddress(options.address), options.service);
+    Buffer outgoing(static_cast<unsigned int>(message.size()));
+    std::memcpy(outgoing.bytes(), message.data(), message.size());
+    DTC_IO_STATUS const sent = connection.send(0, options.tag, outgoing, outgoing.size());
+    if (sent != DTC_IO_SUCCESS)
+        throw Failure("send: " + failureText(sent));
+    if (options.noReply)
+        return;
+    Buffer incoming(options.maxSizeBytes);
+    Received const reply = connection.receive(incoming, options.timeoutMs);
+    if (reply.status != DTC_IO_SUCCESS)
+        throw Failure("no reply: " + failureText(reply.status));
+    printReply(incoming, reply);
+}
+
+} // namespace
+
+void addSend(CLI::App& app, int& status)
+{
+    auto const options = std::make_shared<SendOptions>();
+    CLI::App* const command = app.add_subcommand("send", "Send one message and print the reply");
+    command->add_option("ADDRESS", options->address, "The box: 192.168.1.100, a name, 0xC0A80164")
+        ->required();
+    command->add_option("--service", options->service, "dtc_io or dtc_conf")
+        ->check(CLI::IsMember({"dtc_io", "dtc_conf"}))
+        ->capture_default_str();
+    command->add_option("--tag", options->tag, "The message's tag")->capture_default_str();
+    command->add_option("--timeout", options->timeoutMs, "How long to wait for a reply, in ms")
+        ->capture_default_str();
+    command->add_option("--max-size", options->maxSizeBytes, "Largest reply accepted, in bytes")
+        ->check(CLI::Range(1U, 1U << 30))
+        ->capture_default_str();
+    command->add_flag("--no-reply", options->noReply, "Do not wait for a reply");
+    CLI::Option* const file = command->add_option("--file", options->file, "Send a file's bytes");
+    CLI::Option* const text =
+        command->add_option("TEXT", options->text, "The message; - reads standard input");
+    file->excludes(text);
+    command->callback([=, &status] {
+        if (file->count() + text->count() == 0)
+            throw UsageError("nothing to send: give TEXT, - or --file");
+        sendMessage(*options);
+        status = ExitOk;
+    });
+}
+
+} // namespace dtcctl
