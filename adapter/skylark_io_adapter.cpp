@@ -12,6 +12,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <iterator>
+#include <new>
 #include <optional>
 #include <string_view>
 
@@ -19,6 +20,7 @@ namespace KORVA::DTC {
 namespace {
 
 constexpr char const* singleAccessService = "dtc_io";
+constexpr char const* noSocket = "Failed to create socket";
 
 struct Service
 {
@@ -42,7 +44,7 @@ std::optional<std::uint32_t> leadingNumber(std::string_view text)
         if (isHexadecimal && text.size() == 2)
             return 0;
         radix = isHexadecimal ? 16 : 8;
-        text.remove_prefix(isHexadecimal ? 2 : 1);
+        text.remove_prefix(isHexadecimal ? 2 : 0);
     }
     std::uint32_t number = 0;
     auto const [end, error] =
@@ -63,11 +65,11 @@ std::string dotted(std::uint32_t host)
 
 /// Why a socket could not be made; a descriptor that select could not be asked about counts as
 /// none.
-std::string failureOf(uSocket const& socket, char const* advice)
+std::string failureOf(uSocket const* socket, char const* advice)
 {
-    if (!fitsDescriptorSet(socket.GetDescriptor()))
-        return "Failed to create socket";
-    return std::string(socket.GetLastErrorText()) + advice;
+    if (socket == nullptr || socket->IsDescriptorTooLarge())
+        return noSocket;
+    return std::string(socket->GetLastErrorText()) + advice;
 }
 
 skylark_Connection* makeServer(std::string_view service, std::unique_ptr<uSocket> socket,
@@ -130,9 +132,9 @@ IOAdapter_Connection* skylark_IOAdapter::create(char const* service, unsigned in
         m_error = std::string("Failed to look up ") + textOf(service);
         return nullptr;
     }
-    auto socket = std::make_unique<uSocket>();
-    if (socket->ServerCreate(port) != uSocket::Success) {
-        m_error = failureOf(*socket, "");
+    std::unique_ptr<uSocket> socket(new (std::nothrow) uSocket);
+    if (socket == nullptr || socket->ServerCreate(port) != uSocket::Success) {
+        m_error = failureOf(socket.get(), "");
         return nullptr;
     }
     skylark_Connection* const server = makeServer(service, std::move(socket), param);
@@ -150,9 +152,9 @@ IOAdapter_Connection* skylark_IOAdapter::open(char const* address, char const* s
         m_error = std::string("Failed to look up ") + textOf(address) + "::" + textOf(service);
         return nullptr;
     }
-    auto socket = std::make_unique<uSocket>();
-    if (socket->ClientCreate(host.c_str(), port) != uSocket::Success) {
-        m_error = failureOf(*socket, ": Check the IP address");
+    std::unique_ptr<uSocket> socket(new (std::nothrow) uSocket);
+    if (socket == nullptr || socket->ClientCreate(host.c_str(), port) != uSocket::Success) {
+        m_error = failureOf(socket.get(), ": Check the IP address");
         return nullptr;
     }
     auto* const client = new skylark_Client(socket.release());

@@ -38,8 +38,8 @@ public:
     void remove_connection(skylark_Connection* connection);
 
     /// The port of a service, and the host that an address names: its part after the last ':', read
-    /// as one number, in dotted form. host is empty when that part is no 32-bit number. False, with
-    /// host empty and port 0, for an unknown service.
+    /// as one number, in dotted form. host is empty when that part does not begin with a 32-bit
+    /// number. False, with host empty and port 0, for an unknown service.
     bool lookup_service(char const* address, char const* service, std::string& host,
                         unsigned int& port);
 

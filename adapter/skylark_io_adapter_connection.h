@@ -25,6 +25,9 @@ public:
     DTC_IO_STATUS get_state(DTC_IO_LOADERIF** state) override;
     char const* get_error() override;
 
+    /// The same text for a thread that copies it while other threads may fail on this connection.
+    ErrorText const& error_text() const { return m_error; }
+
 protected:
     /// Sends one message of length bytes. Blocks until it has gone out or the socket fails.
     DTC_IO_STATUS send_sock(uSocket* socket, unsigned int tag, unsigned int* buffer,

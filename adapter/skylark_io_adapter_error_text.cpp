@@ -10,4 +10,10 @@ void ErrorText::set(std::string_view text)
     m_current = next;
 }
 
+void ErrorText::set(ErrorText const& other)
+{
+    std::lock_guard<std::mutex> const guard(other.m_mutex);
+    set(std::string_view(other.m_texts[other.m_current]));
+}
+
 } // namespace KORVA::DTC

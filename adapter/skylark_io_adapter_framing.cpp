@@ -9,21 +9,23 @@
 namespace KORVA::DTC {
 namespace {
 
-constexpr char const* fileName = "skylark_io_adapter_framing";
+constexpr char const* fileName = "skylark_io_adapter_framing.cpp";
 constexpr char const* disconnected = "Client has disconnected";
 
+// Written out, because compilers make one store or load of it where the machine's byte order
+// allows.
 void encodeWord(unsigned char* bytes, std::uint32_t word)
 {
-    for (int i = 0; i < 4; ++i)
-        bytes[i] = static_cast<unsigned char>(word >> (8 * i));
+    bytes[0] = static_cast<unsigned char>(word);
+    bytes[1] = static_cast<unsigned char>(word >> 8);
+    bytes[2] = static_cast<unsigned char>(word >> 16);
+    bytes[3] = static_cast<unsigned char>(word >> 24);
 }
 
 std::uint32_t decodeWord(unsigned char const* bytes)
 {
-    std::uint32_t word = 0;
-    for (int i = 3; i >= 0; --i)
-        word = word << 8 | bytes[i];
-    return word;
+    return static_cast<std::uint32_t>(bytes[0]) | static_cast<std::uint32_t>(bytes[1]) << 8 |
+           static_cast<std::uint32_t>(bytes[2]) << 16 | static_cast<std::uint32_t>(bytes[3]) << 24;
 }
 
 /// Writes all length bytes, however many calls that takes. Returns the socket's result.

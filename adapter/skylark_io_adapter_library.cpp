@@ -1,10 +1,14 @@
 /// The exported C functions, the one adapter behind them and the last-error text.
 #include "adapter/skylark_io_adapter_library.h"
+
 #include "adapter/skylark_io_adapter.h"
+#include "adapter/skylark_io_adapter_connection.h"
 #include "adapter/skylark_io_adapter_error_text.h"
+#include <cxxabi.h>
 
 using KORVA::DTC::ErrorText;
 using KORVA::DTC::IOAdapter_Connection;
+using KORVA::DTC::skylark_Connection;
 using KORVA::DTC::skylark_IOAdapter;
 
 namespace KORVA::DTC {
@@ -30,6 +34,8 @@ DTC_IO_STATUS makeConnection(void** connection, MakeConnection make)
         if (*connection != nullptr)
             return DTC_IO_SUCCESS;
         g_last_error.set(g_adapter.get_error());
+    } catch (abi::__forced_unwind&) {
+        throw;      // the thread is being cancelled
     } catch (...) { // out of memory; the caller may be a C program
     }
     return DTC_IO_NO_CONNECTION;
@@ -42,8 +48,10 @@ DTC_IO_STATUS onConnection(void* handle, Operation operation)
     try {
         DTC_IO_STATUS const status = operation(*connection);
         if (status != DTC_IO_SUCCESS)
-            g_last_error.set(connection->get_error());
+            g_last_error.set(static_cast<skylark_Connection*>(connection)->error_text());
         return status;
+    } catch (abi::__forced_unwind&) {
+        throw; // the thread is being cancelled
     } catch (...) {
         return DTC_IO_INVALID;
     }

@@ -18,15 +18,15 @@ bool skylark_Server_SingleAccess::is_multiclient_allowed()
 }
 
 /// The client machine is not recorded anywhere yet.
-void skylark_Server_SingleAccess::on_first_client_added(char const* /*address*/) {}
+void skylark_Server_SingleAccess::on_first_client_added(char const* /*address*/) noexcept {}
 
-void skylark_Server_SingleAccess::on_last_client_removed() {}
+void skylark_Server_SingleAccess::on_last_client_removed() noexcept {}
 
 bool skylark_Server_SharedAccess::is_multiclient_allowed()
 {
     return true;
 }
 
-void skylark_Server_SharedAccess::on_first_client_added(char const* /*address*/) {}
+void skylark_Server_SharedAccess::on_first_client_added(char const* /*address*/) noexcept {}
 
-void skylark_Server_SharedAccess::on_last_client_removed() {}
+void skylark_Server_SharedAccess::on_last_client_removed() noexcept {}

@@ -10,8 +10,8 @@ public:
     using skylark_Server::skylark_Server;
 
     bool is_multiclient_allowed() override;
-    void on_first_client_added(char const* address) override;
-    void on_last_client_removed() override;
+    void on_first_client_added(char const* address) noexcept override;
+    void on_last_client_removed() noexcept override;
 };
 
 /// Serves clients from any number of machines: "dtc_conf".
@@ -21,6 +21,6 @@ public:
     using skylark_Server::skylark_Server;
 
     bool is_multiclient_allowed() override;
-    void on_first_client_added(char const* address) override;
-    void on_last_client_removed() override;
+    void on_first_client_added(char const* address) noexcept override;
+    void on_last_client_removed() noexcept override;
 };

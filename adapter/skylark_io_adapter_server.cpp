@@ -19,15 +19,24 @@ skylark_Server::skylark_Server(uSocket* socket, unsigned int param)
 skylark_Server::~skylark_Server()
 {
     uMutexGuard const guard(m_lock);
-    for (clientPtr& client : m_clients)
+    for (clientPtr& client : m_clients) {
+        if (client.socket != nullptr)
+            client.socket->Abort();
         client = clientPtr{};
+    }
 }
 
 DTC_IO_STATUS skylark_Server::receive_ready(unsigned int timeout)
 {
-    if (wait_for_ready_client(timeout) != nullptr)
-        return DTC_IO_SUCCESS;
-    return client_count() != 0 ? DTC_IO_TIMEOUT : DTC_IO_DISCONNECTED;
+    uMutexGuard guard(m_lock);
+    for (;;) {
+        ServerWait wait(timeout);
+        clientPtr const* const client = wait_for_ready_client(wait, guard);
+        if (client == nullptr)
+            return m_clientCount != 0 ? DTC_IO_TIMEOUT : DTC_IO_DISCONNECTED;
+        if (is_still_readable(*client, wait.epoch()))
+            return DTC_IO_SUCCESS;
+    }
 }
 
 DTC_IO_STATUS skylark_Server::receive(unsigned int* clientId, unsigned int* tag,
@@ -36,23 +45,21 @@ DTC_IO_STATUS skylark_Server::receive(unsigned int* clientId, unsigned int* tag,
 {
     if (clientId == nullptr)
         return fail(DTC_IO_INVALID, "Invalid parameter");
+    uMutexGuard guard(m_lock);
     bool clientLost = false;
     for (;;) {
-        std::uint64_t const before = epoch();
         // Once a client is lost the call waits on for the others: short time-outs must not make it
         // spin.
         constexpr unsigned int leastRewaitMs = 50;
         ServerWait wait(clientLost ? std::max(timeout, leastRewaitMs) : timeout);
-        clientPtr* const client = wait_for_ready_client(wait);
+        clientPtr* const client = wait_for_ready_client(wait, guard);
         if (client == nullptr) {
-            bool const noClient = client_count() == 0;
+            bool const noClient = m_clientCount == 0;
             if (clientLost && !noClient && !wait.failed())
                 continue;
             return noClient ? DTC_IO_DISCONNECTED : DTC_IO_TIMEOUT;
         }
-
-        uMutexGuard const guard(m_lock);
-        if (!is_still_readable(*client, before))
+        if (!is_still_readable(*client, wait.epoch()))
             continue;
         ++m_epoch;
         DTC_IO_STATUS const status =
@@ -92,25 +99,25 @@ DTC_IO_STATUS skylark_Server::send(unsigned int clientId, unsigned int tag, unsi
     return status;
 }
 
-skylark_Server::clientPtr* skylark_Server::wait_for_ready_client(unsigned int timeout)
-{
-    ServerWait wait(timeout);
-    return wait_for_ready_client(wait);
-}
-
-skylark_Server::clientPtr* skylark_Server::wait_for_ready_client(ServerWait& wait)
+skylark_Server::clientPtr* skylark_Server::wait_for_ready_client(ServerWait& wait,
+                                                                 uMutexGuard& guard)
 {
     int const listening = m_socket->GetDescriptor();
     for (;;) {
-        std::uint64_t const before = epoch();
         fd_set set;
         int maxfd = 0;
         initialize_readset(set, maxfd);
+        wait.set_epoch(m_epoch);
         if (!wait.listens())
             FD_CLR(listening, &set);
+
+        guard.Release();
         int const readable = select_readable(set, maxfd, wait.slice());
+        int const error = errno;
+        guard.Acquire();
+
         if (readable == -1) {
-            if (errno == EBADF && epoch() != before)
+            if (error == EBADF && m_epoch != wait.epoch())
                 continue; // another thread removed a client that is in the set
             wait.fail();
             return nullptr;
@@ -134,7 +141,6 @@ skylark_Server::clientPtr* skylark_Server::wait_for_ready_client(ServerWait& wai
 
 void skylark_Server::initialize_readset(fd_set& set, int& maxfd)
 {
-    uMutexGuard const guard(m_lock);
     FD_ZERO(&set);
     maxfd = m_socket->GetDescriptor();
     FD_SET(maxfd, &set);
@@ -154,7 +160,6 @@ void skylark_Server::initialize_readset(fd_set& set, int& maxfd)
 /// Accepts and admits or refuses one client. False when the system has no connection to give.
 bool skylark_Server::accept_client()
 {
-    uMutexGuard const guard(m_lock);
     if (select_readable(m_socket->GetDescriptor(), 0) <= 0)
         return true; // another thread has accepted it
     std::unique_ptr<uSocket> socket(m_socket->AcceptClient());
@@ -162,6 +167,8 @@ bool skylark_Server::accept_client()
         return false;
     if (add_client(socket.get()))
         static_cast<void>(socket.release()); // its place in the table owns it now
+    else
+        socket->Abort();
     return true;
 }
 
@@ -241,24 +248,11 @@ void skylark_Server::remove_client(clientPtr* client)
 
 skylark_Server::clientPtr* skylark_Server::find_ready_client(fd_set set)
 {
-    uMutexGuard const guard(m_lock);
     auto* const found =
         std::find_if(m_clients.begin(), m_clients.end(), [&set](clientPtr const& client) {
             return client.socket != nullptr && FD_ISSET(client.socket->GetDescriptor(), &set);
         });
     return found != m_clients.end() ? found : nullptr;
-}
-
-unsigned int skylark_Server::client_count()
-{
-    uMutexGuard const guard(m_lock);
-    return m_clientCount;
-}
-
-std::uint64_t skylark_Server::epoch()
-{
-    uMutexGuard const guard(m_lock);
-    return m_epoch;
 }
 
 } // namespace KORVA::DTC

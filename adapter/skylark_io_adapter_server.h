@@ -46,9 +46,8 @@ public:
     virtual bool is_client_allowed(char const* address);
     virtual bool is_multiclient_allowed() = 0;
     /// Called under the server's lock when the first client comes and when the last one has gone.
-    /// Must not throw.
-    virtual void on_first_client_added(char const* address) = 0;
-    virtual void on_last_client_removed() = 0;
+    virtual void on_first_client_added(char const* address) noexcept = 0;
+    virtual void on_last_client_removed() noexcept = 0;
 
 protected:
     static uMutex m_conf_lock;
@@ -62,20 +61,19 @@ protected:
     clientPtr* lookup_client(unsigned int id);
     void remove_client(clientPtr* client);
 
-    /// The listening descriptor and those of the live clients; clears dead places on the way.
+    /// With the lock held: the listening descriptor and those of the live clients; clears dead
+    /// places on the way.
     void initialize_readset(fd_set& set, int& maxfd);
     clientPtr* find_ready_client(fd_set set);
 
     /// Waits for a client with something to read, accepting clients meanwhile; null when the time
-    /// is over or the wait fails. Each client accepted or refused starts the time-out anew.
-    clientPtr* wait_for_ready_client(unsigned int timeout);
+    /// is over or the wait fails. Each client accepted or refused starts the time-out anew. The
+    /// guard holds the lock before and after, not while waiting.
+    clientPtr* wait_for_ready_client(ServerWait& wait, uMutexGuard& guard);
 
 private:
-    clientPtr* wait_for_ready_client(ServerWait& wait);
     bool accept_client();
     clientPtr* find_free_slot();
-    unsigned int client_count();
-    std::uint64_t epoch();
     bool is_still_readable(clientPtr const& client, std::uint64_t since) const;
 
     uMutex m_lock;

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdint>
 
 namespace KORVA::DTC {
 
@@ -23,7 +24,12 @@ public:
     unsigned int slice() const { return m_listens ? m_leftMs : std::min(m_leftMs, pauseMs); }
 
     /// A client was accepted: the full time-out again.
-    void restart() { *this = ServerWait(m_timeoutMs); }
+    void restart()
+    {
+        m_leftMs = m_timeoutMs;
+        m_hasDeadline = false;
+        m_listens = true;
+    }
 
     void pause_listening()
     {
@@ -44,6 +50,10 @@ public:
         return m_leftMs == 0;
     }
 
+    /// The state of the client table that the wait's read set stands for.
+    void set_epoch(std::uint64_t epoch) { m_epoch = epoch; }
+    std::uint64_t epoch() const { return m_epoch; }
+
     void fail() { m_failed = true; }
     bool failed() const { return m_failed; }
 
@@ -62,6 +72,7 @@ private:
     unsigned int m_timeoutMs;
     unsigned int m_leftMs;
     Clock::time_point m_deadline;
+    std::uint64_t m_epoch = 0;
     bool m_hasDeadline = false;
     bool m_listens = true;
     bool m_failed = false;

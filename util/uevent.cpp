@@ -18,10 +18,8 @@ uEvent::~uEvent()
 bool uEvent::Wait(unsigned int timeoutMs)
 {
     PosixLockGuard const guard(m_mutex);
-    if (m_state) {
-        m_state = false;
+    if (consume())
         return true;
-    }
     ++m_waiters;
     // Any wake-up counts: one Set releases every waiter, and the first to run has cleared the
     // state.

@@ -1,8 +1,10 @@
 /// A signalled flag that threads can wait for.
 ///
 /// Any thread may call any operation. Each signal is consumed once, by a wait, by a listener or by
-/// Reset, except that one Set releases every thread blocked in Wait at that moment. The event must
-/// outlive every call, and every uEventListener that was given it.
+/// Reset, except that one Set releases every thread blocked in Wait at that moment. A Set that
+/// meets a thread in Wait tells no listener, even if that thread is just timing out: wait for an
+/// event in one way, directly or through listeners. The event must outlive every call, and every
+/// uEventListener that was given it.
 #pragma once
 
 #include "util/export.h"
@@ -39,13 +41,19 @@ public:
 
     bool IsSet() const { return m_state; }
 
-    /// Registers a listener (not owned, duplicates allowed); uEventListener does it for itself.
+    /// Registers a listener (not null, not owned, duplicates allowed). uEventListener does it for
+    /// itself, and undoes that when destroyed; a registration of the caller's own is the caller's
+    /// to undo.
     bool AddListener(uEventListener* listener);
 
     /// Removes the first registration of the listener; false when there is none.
     bool DeleteListener(uEventListener* listener);
 
 private:
+    friend class uEventListener;
+
+    /// Clears the event; true when it was set. The one way of consuming a signal.
+    bool consume() { return m_state.exchange(false); }
     bool offerToListeners();
 
     std::atomic<bool> m_state;

@@ -35,13 +35,11 @@ int uEventListener::Wait(unsigned int timeoutMs)
     // that came before has left its event set for the scan to find.
     ++m_waiters;
     m_wokenIndex = -1;
-    int index = firstSetEvent();
+    int index = consumeSetEvents();
     m_satisfied = index >= 0;
-    if (index >= 0) {
-        resetSetEvents();
-    } else {
-        bool const woken = waitOnCondition(m_condition, m_mutex, timeoutMs);
-        index = m_satisfied || woken ? m_wokenIndex : -1;
+    if (index < 0) {
+        waitOnCondition(m_condition, m_mutex, timeoutMs);
+        index = m_wokenIndex; // -1 unless WakeUp has come, even if the time was over just then
     }
     --m_waiters;
     return index;
@@ -52,13 +50,16 @@ bool uEventListener::WakeUp(uEvent* event)
     if (m_waiters == 0)
         return false;
     PosixLockGuard const guard(m_mutex);
+    // Since the look at m_waiters the thread may have left; and one that has been woken but has not
+    // run yet can report only one event. The event then stays set for the next Wait.
+    if (m_waiters == 0 || m_wokenIndex >= 0)
+        return false;
     m_satisfied = firstSetEvent() >= 0;
-    if (!m_satisfied || !event->IsSet())
-        return false; // a Wait that scanned meanwhile has taken it already
+    // Consumed here and not only by Set, which goes on without this lock: the woken thread could
+    // wait again and find the same signal a second time.
+    if (!m_satisfied || !event->consume())
+        return false;
     m_wokenIndex = lastIndexOf(event);
-    // Not left to Set, which goes on without this lock: the woken thread could wait again and find the
-    // same signal a second time.
-    event->Reset();
     pthread_cond_broadcast(&m_condition);
     return true;
 }
@@ -88,12 +89,15 @@ int uEventListener::lastIndexOf(uEvent const* event) const
     return -1;
 }
 
-void uEventListener::resetSetEvents()
+/// Clears every event that is set; the index of the first, or -1.
+int uEventListener::consumeSetEvents()
 {
-    for (uEvent* event : m_events) {
-        if (event != nullptr && event->IsSet())
-            event->Reset();
+    int first = -1;
+    for (std::size_t i = 0; i < m_events.size(); ++i) {
+        if (m_events[i] != nullptr && m_events[i]->consume() && first < 0)
+            first = static_cast<int>(i);
     }
+    return first;
 }
 
 } // namespace KORVA

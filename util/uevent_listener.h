@@ -1,7 +1,8 @@
 /// Waits for the first of several events.
 ///
 /// The events belong to the caller and must outlive the listener. Any thread may call any
-/// operation; the destructor must not run while another thread is inside one.
+/// operation, but only one at a time may be inside Wait; the destructor must not run while another
+/// thread is inside one.
 #pragma once
 
 #include "util/export.h"
@@ -27,21 +28,23 @@ public:
     /// Waits at most timeoutMs milliseconds (0xFFFFFFFF: without limit) for one of the events and
     /// consumes it. Returns its index in the array given to the constructor, or -1 on time-out.
     /// When several are set already, the first in order is reported and all of them are cleared.
-    /// The limit is a moment on the wall clock, as in uEvent::Wait.
+    /// The limit is a moment on the wall clock, as in uEvent::Wait; as there, the wait can end
+    /// before it, without an event, and then returns -1.
     int Wait(unsigned int timeoutMs);
 
-    /// Called by uEvent::Set. Returns true when a waiting thread takes the event.
+    /// For uEvent::Set alone, which calls it with an event that was given to this listener. Returns
+    /// true when a waiting thread takes the event.
     bool WakeUp(uEvent* event);
 
-    /// The index of the first event that is set, or -1; consumes nothing.
+    /// The index of the first event that is set, or -1. Clears no event.
     int UpdateState();
 
 private:
     int firstSetEvent() const;
     int lastIndexOf(uEvent const* event) const;
-    void resetSetEvents();
+    int consumeSetEvents();
 
-    // m_satisfied and m_waiters are also read without m_mutex.
+    // UpdateState writes m_satisfied and WakeUp reads m_waiters without m_mutex.
     std::atomic<bool> m_satisfied{false};
     int m_count;
     std::vector<uEvent*> m_events;

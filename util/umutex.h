@@ -27,14 +27,17 @@ public:
     /// the calling thread is not the owner.
     bool Unlock();
 
-    bool IsLocked() const { return m_lockCount > 0; }
+    bool IsLocked() const { return m_lockCount.load(std::memory_order_relaxed) > 0; }
 
     /// The owning thread, 0 while the mutex is free.
-    pthread_t GetOwnerThreadHandle() const { return m_owner; }
+    pthread_t GetOwnerThreadHandle() const { return m_owner.load(std::memory_order_relaxed); }
 
 private:
+    int addLevels(int levels);
+
     pthread_mutex_t m_mutex = PTHREAD_MUTEX_INITIALIZER;
-    // Read without the mutex: only the owning thread can find its own handle in m_owner.
+    // Written by the owner alone, read by anyone: only the owner can find its own handle in
+    // m_owner, so no ordering is needed, and m_mutex orders what it guards.
     std::atomic<int> m_lockCount{0};
     std::atomic<pthread_t> m_owner{0};
 };
@@ -43,13 +46,30 @@ private:
 class uMutexGuard
 {
 public:
-    explicit uMutexGuard(uMutex& mutex) : m_mutex(mutex) { m_mutex.Lock(); }
-    ~uMutexGuard() { m_mutex.Unlock(); }
+    explicit uMutexGuard(uMutex& mutex) : m_mutex(mutex) { Acquire(); }
+    ~uMutexGuard()
+    {
+        if (m_holds)
+            Release();
+    }
     uMutexGuard(uMutexGuard const&) = delete;
     uMutexGuard& operator=(uMutexGuard const&) = delete;
 
+    /// Gives the level up for a while; Acquire takes it again.
+    void Release()
+    {
+        m_mutex.Unlock();
+        m_holds = false;
+    }
+    void Acquire()
+    {
+        m_mutex.Lock();
+        m_holds = true;
+    }
+
 private:
     uMutex& m_mutex;
+    bool m_holds = false;
 };
 
 } // namespace KORVA

@@ -4,6 +4,7 @@
 
 #include <arpa/inet.h>
 #include <cerrno>
+#include <cstdint>
 #include <memory>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
@@ -12,6 +13,7 @@
 #include <sys/select.h>
 #include <sys/socket.h>
 #include <unistd.h>
+#include <utility>
 
 namespace KORVA {
 namespace {
@@ -74,22 +76,23 @@ bool isConnectionLost(int error)
 
 } // namespace
 
-bool fitsDescriptorSet(int descriptor)
-{
-    return descriptor < FD_SETSIZE;
-}
-
 uSocket::~uSocket()
 {
     Close();
 }
 
+bool uSocket::IsDescriptorTooLarge() const
+{
+    return m_descriptor >= FD_SETSIZE;
+}
+
 bool uSocket::openDescriptor()
 {
+    Close();
     m_descriptor = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     if (m_descriptor == -1)
         return false;
-    if (fitsDescriptorSet(m_descriptor))
+    if (!IsDescriptorTooLarge())
         return true;
     errno = EMFILE;
     return false;
@@ -133,7 +136,9 @@ unsigned int uSocket::ClientCreate(char const* host, unsigned int port)
         return Failed;
     }
     m_localPort = portOf(m_descriptor, getsockname);
-    m_remotePort = portOf(m_descriptor, getpeername);
+    // A peer that has reset the connection already has no name any more.
+    if (unsigned int const peerPort = portOf(m_descriptor, getpeername); peerPort != 0)
+        m_remotePort = peerPort;
     return Success;
 }
 
@@ -149,7 +154,7 @@ uSocket* uSocket::AcceptClient()
     accepted->m_descriptor = uninterrupted([&] {
         return accept4(m_descriptor, reinterpret_cast<sockaddr*>(&peer), &size, SOCK_CLOEXEC);
     });
-    if (accepted->m_descriptor != -1 && !fitsDescriptorSet(accepted->m_descriptor)) {
+    if (accepted->IsDescriptorTooLarge()) {
         accepted->Close();
         errno = EMFILE;
     }
@@ -225,10 +230,15 @@ void uSocket::Close()
 {
     if (m_descriptor < 0)
         return;
-    int const descriptor = m_descriptor;
-    m_descriptor = -1;
+    int const descriptor = std::exchange(m_descriptor, -1);
     shutdown(descriptor, SHUT_RDWR);
     close(descriptor);
+}
+
+void uSocket::Abort()
+{
+    if (m_descriptor >= 0)
+        close(std::exchange(m_descriptor, -1));
 }
 
 unsigned int uSocket::getLastSockErr(char const* prefix)

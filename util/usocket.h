@@ -1,9 +1,12 @@
 /// A blocking IPv4 TCP socket, in one of two roles: it listens and accepts, or it is connected.
 ///
 /// Each operation makes one system call where the task allows it, reports a small result code and,
-/// on failure, leaves the reason as text in the object. Nothing throws. One thread at a time may
-/// use a socket. Descriptors are close-on-exec, and one too large for an fd_set is refused as if
-/// the process had run out of descriptors, so every open socket can be given to select(2).
+/// on failure, leaves the reason as text in the object. Only want of memory throws. Pointers must
+/// not be null, where nothing else is said. One thread at a time may use a socket. Descriptors are
+/// close-on-exec, and one too large for an fd_set is refused as if the process had run out of
+/// descriptors, so every socket in use can be given to select(2). A signal ends none of the
+/// operations. An object is made a server or a client once; a second attempt closes what the first
+/// one left.
 ///
 /// SIGPIPE is not handled here: a process that has not ignored it ends when it writes to a peer
 /// that has gone.
@@ -40,7 +43,7 @@ public:
 
     /// Connects to the dotted-decimal host (no name is looked up) and the port (its low 16 bits).
     /// Blocks as long as the system tries. 0; 2 when there is no socket to be had; 4 when not
-    /// connected.
+    /// connected. The descriptor of a failed attempt stays open until Close.
     unsigned int ClientCreate(char const* host, unsigned int port);
 
     /// Blocks until a client connects to this listening socket. The new socket belongs to the
@@ -48,12 +51,15 @@ public:
     uSocket* AcceptClient();
 
     /// Receives at most length bytes into buffer + offset. Blocks until there is at least one byte,
-    /// and never waits for more. *count receives what recv(2) returned. A signal does not end it.
+    /// and never waits for more. *count receives what recv(2) returned: also 0 at the end of the
+    /// stream (result 5), and 0xFFFFFFFF after a failure. A null buffer gives 2 and leaves *count
+    /// alone.
     unsigned int ReadData(unsigned char* buffer, unsigned int length, unsigned int offset,
                           unsigned int* count);
 
     /// Sends length bytes from buffer + offset. Blocks until the system has taken some of them;
-    /// *count receives how many, which can be fewer than length. A signal does not end it.
+    /// *count receives how many, which can be fewer than length, or 0xFFFFFFFF after a failure. A
+    /// null buffer gives 2 and a *count of 0.
     unsigned int WriteData(unsigned char const* buffer, unsigned int length, unsigned int offset,
                            unsigned int* count);
 
@@ -66,10 +72,19 @@ public:
     /// Shuts the connection down and closes the descriptor. Once closed, it does nothing.
     void Close();
 
+    /// Closes the descriptor without shutting the connection down first. On a socket that
+    /// AcceptClient made this resets the connection: the peer sees no orderly end, and none of its
+    /// answers to one can leave the server's port waiting in TIME_WAIT, where it could not be
+    /// listened on for a minute.
+    void Abort();
+
     /// Records prefix + ": " + the text of the current errno as the last error; returns that errno.
     unsigned int getLastSockErr(char const* prefix);
 
     int GetDescriptor() const { return m_descriptor; } ///< -1 when closed or not yet open.
+
+    /// Whether an attempt failed because its descriptor cannot be given to select(2).
+    bool IsDescriptorTooLarge() const;
     unsigned int GetLocalPort() const { return m_localPort; }
     unsigned int GetRemotePort() const
     {
@@ -94,8 +109,5 @@ private:
     std::string m_host;
     std::string m_lastError;
 };
-
-/// Whether select(2) can be asked about the descriptor.
-bool fitsDescriptorSet(int descriptor);
 
 } // namespace KORVA

@@ -36,19 +36,21 @@ public:
     static std::string& StripLeading(std::string& s, char const* chars);
 
     /// Splits at the first occurrence of the whole delimiter text and returns 2; without one, left
-    /// is the whole text, right is empty, and the result is 1, or 0 for an empty text. left or
+    /// is the whole text, right is empty, and the result is 1, or 0 for an empty text. An empty
+    /// delimiter occurs at once: left is empty, right the whole text. left or
     /// right may be the string that text points into. Throws for a null text or delimiter.
     static int Split(char const* text, std::string& left, std::string& right,
                      char const* delimiter);
 
     /// Appends the pieces between delimiters to parts and returns its new size. Empty pieces count,
-    /// except one at the very end; an empty delimiter never occurs. Throws for a null text or
-    /// delimiter.
+    /// except one at the very end. With an empty delimiter the whole text is one piece. Throws for
+    /// a null text or delimiter.
     static std::size_t Split(std::vector<std::string>& parts, char const* text,
                              char const* delimiter);
 
-    /// Formats with a printf format that takes one double (null: "%f"). append adds to out,
-    /// otherwise out is replaced. The output is cut at 1023 characters.
+    /// Formats with a printf format that takes one double (null: "%f"), in the C locale of the
+    /// process. append adds to out, otherwise out is replaced. The output is cut at 1023
+    /// characters.
     static std::string& FromDouble(double value, std::string& out, bool append, char const* format);
     static std::string& FromDouble(std::string& out, double value, char const* format); ///< appends
 
@@ -61,9 +63,9 @@ public:
     static std::string& FromBool(bool value, std::string& out, bool append);
     static std::string& FromBool(std::string& out, bool value); ///< appends
 
-    /// Scales by the largest prefix from yotta to yocto that is not greater than value (0 and every
-    /// negative value take yocto), formats as FromDouble does, and adds the prefix's name, or with
-    /// symbol its letter, without a blank: 1500 gives "1.500000kilo".
+    /// Scales by the largest prefix from yotta to yocto that is not greater than value (0, every
+    /// negative value and what is smaller still take yocto), formats as FromDouble does, and adds
+    /// the prefix's name, or with symbol its letter, without a blank: 1500 gives "1.500000kilo".
     static std::string& FromDoubleInEngrUnits(double value, std::string& out, bool append,
                                               char const* format, bool symbol);
     static std::string& FromDoubleInEngrUnits(std::string& out, double value, char const* format,
@@ -73,10 +75,11 @@ public:
     static bool ToBool(char const* text);
 
     /// Read a number as a formatted stream extraction in the classic locale does: leading white
-    /// space and a sign are accepted, reading stops at the first character that cannot go on. "0x"
-    /// or "0X" makes the digits hexadecimal, any other leading "0" octal; for ToDouble both are
-    /// only removed. Text without a number gives 0, a number out of range the nearest limit of the
-    /// type. Null or empty text throws.
+    /// space and a sign are accepted, reading stops at the first character that cannot go on (a
+    /// number that breaks off in its exponent, like "2.5e", counts as none). Text that begins with
+    /// "0x" or "0X" is hexadecimal after it, with any other "0" octal; for ToDouble both are only
+    /// removed. Text without a number gives 0, a number out of range the nearest limit of the type.
+    /// Null or empty text throws.
     static long ToLong(char const* text);
     static long long ToInt64(char const* text);
     static double ToDouble(char const* text);

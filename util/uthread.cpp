@@ -11,11 +11,14 @@ uThread::uThread(uRunnable* runnable, ThreadPriority priority, unsigned int stac
     : m_runnable(runnable), m_priority(priority), m_stackSize(stackSize)
 {}
 
-uThread::~uThread() = default;
+uThread::~uThread()
+{
+    uMutexGuard const guard(m_turn); // a thread that has just cleared the handle still holds it
+}
 
 bool uThread::Start()
 {
-    uMutexGuard const guard(m_starting);
+    uMutexGuard const guard(m_turn);
     m_finished.Reset();
     return createDetached();
 }
@@ -39,12 +42,12 @@ void* uThread::PosixThreadEntry(void* arg)
     auto* const thread = static_cast<uThread*>(arg);
     if (thread == nullptr || thread->m_runnable == nullptr)
         return nullptr;
-    // Without this a short run could clear the handle before Start stores it.
-    thread->m_starting.Lock();
-    thread->m_starting.Unlock();
     thread->m_runnable->Run();
-    thread->m_handle = 0;
-    thread->m_finished.Set();
+    {
+        uMutexGuard const guard(thread->m_turn);
+        thread->m_handle = 0;
+        thread->m_finished.Set();
+    }
     sched_yield();
     return nullptr;
 }
@@ -61,6 +64,7 @@ bool uThread::Resume()
 
 bool uThread::SetPriority(ThreadPriority priority)
 {
+    uMutexGuard const guard(m_turn);
     pthread_t const thread = m_handle;
     if (thread == 0) {
         m_priority = priority;
@@ -79,6 +83,7 @@ bool uThread::SetPriority(ThreadPriority priority)
 
 ThreadPriority uThread::GetPriority() const
 {
+    uMutexGuard const guard(m_turn);
     pthread_t const thread = m_handle;
     int policy = 0;
     sched_param parameters{};
@@ -89,7 +94,10 @@ ThreadPriority uThread::GetPriority() const
 
 bool uThread::WaitUntilFinished(unsigned int timeoutMs)
 {
-    return m_handle != 0 && m_finished.Wait(timeoutMs);
+    if (m_handle == 0 || !m_finished.Wait(timeoutMs))
+        return false;
+    uMutexGuard const guard(m_turn); // until the thread has left the object
+    return true;
 }
 
 void uThread::Sleep(unsigned int ms)

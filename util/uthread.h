@@ -30,15 +30,15 @@ enum ThreadPriority : int {
     PriorityRealtimeHighest = 99
 };
 
-/// The thread is detached: nothing joins it, and the object and its runnable must outlive the run,
-/// which ends by setting the finished event that WaitUntilFinished waits for. A thread seen in
-/// WaitUntilFinished to end (result true) no longer touches the object. Any thread may call any
-/// operation.
+/// The thread is detached: nothing joins it, and the object and its runnable must outlive the run.
+/// The run is over when WaitUntilFinished has returned true or GetHandle returns 0; the object may
+/// then be started again or destroyed. Any thread may call any operation, but only one at a time
+/// WaitUntilFinished.
 class KORVA_API uThread
 {
 public:
-    /// Starts nothing. The runnable is not owned. stackSize (bytes) and priority are recorded; the
-    /// thread starts with the system's defaults.
+    /// Starts nothing. The runnable is not owned and not null. stackSize (bytes) and priority are
+    /// recorded; the thread starts with the system's defaults.
     uThread(uRunnable* runnable, ThreadPriority priority, unsigned int stackSize);
 
     /// Neither stops nor waits for a running thread.
@@ -46,7 +46,7 @@ public:
     uThread(uThread const&) = delete;
     uThread& operator=(uThread const&) = delete;
 
-    /// Starts the thread; false when the system refuses. It may be started again after it finished.
+    /// Starts the thread; false when the system refuses. Not to be called during a run.
     bool Start();
 
     bool Suspend(); ///< Not supported: does nothing and returns false.
@@ -56,7 +56,7 @@ public:
     /// thread runs (the value is then kept for GetPriority alone) or when the system refuses.
     bool SetPriority(ThreadPriority priority);
 
-    /// The running thread's priority as the system reports it; with none, the value last given.
+    /// The running thread's priority as the system reports it; with none, the value last kept.
     ThreadPriority GetPriority() const;
 
     /// Waits at most timeoutMs milliseconds (0xFFFFFFFF: without limit) for the thread to finish.
@@ -82,7 +82,10 @@ private:
     std::atomic<ThreadPriority> m_priority;
     [[maybe_unused]] unsigned int m_stackSize;
     uEvent m_finished{false};
-    uMutex m_starting; // holds the new thread back until its handle is stored
+    // Held while a run begins and while it ends: the new thread cannot clear its handle before
+    // Start has stored it, a handle that is not 0 belongs to a living thread, and the old thread
+    // leaves the object before anyone starts it again or destroys it.
+    mutable uMutex m_turn;
 };
 
 } // namespace KORVA

@@ -1,4 +1,5 @@
-/* The header alone, as C: what follows must compile, and the status has the width that the interface has. */
+/* The header alone, as C: what follows must compile, and the status has the width that the
+ * interface has. */
 #include "adapter/dtc_io.h"
 
 _Static_assert(sizeof(DTC_IO_STATUS) == 4 && (DTC_IO_STATUS)-1 < 0, "a signed 32-bit status");

@@ -91,7 +91,7 @@ TEST_P(FramingTest, AssemblesMessagesFromPieces)
     std::string const bytes = header(6, 5, 0xFACE0001, 0xDEADBEEF) + "payload"; // one byte too many
     auto incoming = std::async(std::launch::async, [this] { return receive(6); });
     std::size_t start = 0;
-    for (std::size_t const size : {3, 5, 8, 1, 2, 3}) {
+    for (std::size_t const size : {3U, 5U, 8U, 1U, 2U, 3U}) {
         m_peer->send(bytes.substr(start, size));
         start += size;
         std::this_thread::sleep_for(std::chrono::milliseconds(2)); // a segment of its own

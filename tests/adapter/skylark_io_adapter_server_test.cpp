@@ -112,6 +112,26 @@ TEST_F(ServerTest, ClosesTheNinthClientAndKeepsTheEight)
     }
 }
 
+// A client that is turned away and closes at once must not leave the server's port in TIME_WAIT: a
+// program that serves it anew could not listen for a minute.
+TEST_F(ServerTest, LeavesItsPortFreeHoweverQuicklyRefusedClientsClose)
+{
+    auto serving = std::make_unique<TestServer>();
+    unsigned int const port = serving->port();
+    serving->admits = false;
+    std::atomic<bool> stop{false};
+    std::thread accepting([&] {
+        while (!stop)
+            serving->receive_ready(1);
+    });
+    for (int i = 0; i < 300; ++i)
+        EXPECT_TRUE(RawPeer(port).seesEnd());
+    stop = true;
+    accepting.join();
+    serving.reset();
+    EXPECT_NO_THROW(TestServer{port});
+}
+
 TEST_F(ServerTest, WatchesOverSilentClients)
 {
     unsigned int const client = join().localPort();
@@ -156,8 +176,8 @@ TEST_F(ServerTest, GoesOnWithTheOthersWhenAClientLeaves)
         << "once a client has left, the call waits for the others";
     EXPECT_LT(processorTime() - before, std::chrono::milliseconds(50));
     later.join();
-    SignalStorm const storm;
     peers.emplace_back(server.port()).close();
+    SignalStorm const storm;
     EXPECT_EQ(receive(1).status, DTC_IO_TIMEOUT) << "a signal ends even that wait";
 }
 
@@ -191,6 +211,7 @@ TEST_F(ServerTest, ServesSeveralThreadsAtOnce)
 TEST_F(ServerTest, PausesWhenItCannotAcceptAndServesAgainWhenItCan)
 {
     RawPeer& served = join();
+    EXPECT_EQ(receive(0).status, DTC_IO_TIMEOUT);
     RawPeer& waits = peers.emplace_back(server.port());
     {
         NoMoreDescriptors const none;

@@ -47,6 +47,7 @@ TEST_F(AdapterTest, LooksUpServicesAndNumberAddresses)
                        {"skylark0", "dtc_io", true, "", 55755},
                        {"-1", "dtc_io", true, "", 55755},
                        {"0xg", "dtc_io", true, "", 55755},
+                       {"08", "dtc_io", true, "0.0.0.0", 55755},
                        {"x:", "dtc_io", true, "", 55755},
                        {"1", "DTC_IO", false, "", 0}};
     for (auto const& c : cases) {

@@ -3,6 +3,7 @@
 #include "adapter/skylark_io_adapter_server.h"
 #include "util/usocket.h"
 
+#include <atomic>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -32,8 +33,8 @@ public:
         return admits;
     }
     bool is_multiclient_allowed() override { return true; }
-    void on_first_client_added(char const* address) override { note(address); }
-    void on_last_client_removed() override { note("none"); }
+    void on_first_client_added(char const* address) noexcept override { note(address); }
+    void on_last_client_removed() noexcept override { note("none"); }
 
     unsigned int port()
     {
@@ -64,7 +65,7 @@ public:
 
     bool admits = true;
     bool notes = true;
-    int asked = 0;
+    std::atomic<int> asked{0};
     std::vector<std::string> events;
 
 private:

@@ -88,11 +88,12 @@ TEST_F(SocketTest, ResetsTheClientsOfAServerThatCloses)
     RawPeer peer(listening.GetLocalPort());
     std::unique_ptr<uSocket> const other(listening.AcceptClient());
     unsigned int const port = listening.GetLocalPort();
-    other->Close();
+    other->Abort();
     accepted->Close();
     listening.Close();
     EXPECT_TRUE(peer.seesEnd());
     EXPECT_EQ(client.ReadData(bytes, 1, 0, &count), 5U);
+    EXPECT_EQ(count, 0U);
     uSocket next;
     EXPECT_EQ(next.ServerCreate(port), 0U)
         << "the port is free at once: " << next.GetLastErrorText();
