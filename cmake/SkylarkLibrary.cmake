@@ -1,31 +1,36 @@
-# The product: skylark_io.so, and the same objects as a static library that only the tests link,
-# because tests reach what the shared library does not let out.
+# The product: skylark_io.so, and the same objects as static libraries that only the tests link, because tests
+# reach what the shared library does not let out.
+
+# Compiles a target's sources as parts of the library.
+function(skylark_library_objects target)
+  set_target_properties(${target} PROPERTIES
+    POSITION_INDEPENDENT_CODE ON
+    CXX_VISIBILITY_PRESET hidden
+    VISIBILITY_INLINES_HIDDEN ON)
+  target_include_directories(${target}
+    PUBLIC "${CMAKE_SOURCE_DIR}"
+    PRIVATE "${skylark_build_info_dir}")
+  target_link_libraries(${target} PRIVATE skylark_compile_options PUBLIC Threads::Threads)
+  target_compile_options(${target} PRIVATE -ffunction-sections -fdata-sections)
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    # A unique symbol would keep the library in the process for ever after dlopen.
+    target_compile_options(${target} PRIVATE -fno-gnu-unique)
+    # The message path runs through small functions of several files.
+    set_target_properties(${target} PROPERTIES
+      INTERPROCEDURAL_OPTIMIZATION_RELEASE ON
+      INTERPROCEDURAL_OPTIMIZATION_RELWITHDEBINFO ON)
+  endif()
+endfunction()
 
 add_library(skylark_io_objects OBJECT)
-set_target_properties(skylark_io_objects PROPERTIES
-  POSITION_INDEPENDENT_CODE ON
-  CXX_VISIBILITY_PRESET hidden
-  VISIBILITY_INLINES_HIDDEN ON)
-target_include_directories(skylark_io_objects
-  PUBLIC "${CMAKE_SOURCE_DIR}"
-  PRIVATE "${skylark_build_info_dir}")
-target_link_libraries(skylark_io_objects PRIVATE skylark_compile_options PUBLIC Threads::Threads)
-target_compile_options(skylark_io_objects PRIVATE -ffunction-sections -fdata-sections)
-if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-  # A unique symbol would keep the library in the process for ever after dlopen.
-  target_compile_options(skylark_io_objects PRIVATE -fno-gnu-unique)
-  # The message path runs through small functions of several files.
-  set_target_properties(skylark_io_objects PROPERTIES
-    INTERPROCEDURAL_OPTIMIZATION_RELEASE ON
-    INTERPROCEDURAL_OPTIMIZATION_RELWITHDEBINFO ON)
-endif()
+skylark_library_objects(skylark_io_objects)
 
 set(skylark_version_script "${CMAKE_SOURCE_DIR}/cmake/skylark_io.map")
 add_library(skylark_io SHARED)
 set_target_properties(skylark_io PROPERTIES
   PREFIX ""                  # the name by which adapter libraries are found
   LINK_DEPENDS "${skylark_version_script}")
-target_link_libraries(skylark_io PRIVATE skylark_io_objects)
+target_link_libraries(skylark_io PRIVATE skylark_io_objects skylark_platform_${DTC_PLATFORM})
 target_include_directories(skylark_io INTERFACE "${CMAKE_SOURCE_DIR}")
 target_link_options(skylark_io PRIVATE
   "LINKER:--version-script=${skylark_version_script}"
@@ -33,4 +38,6 @@ target_link_options(skylark_io PRIVATE
   LINKER:--gc-sections LINKER:--as-needed LINKER:-z,relro LINKER:-z,now)
 
 add_library(skylark_io_static STATIC)
-target_link_libraries(skylark_io_static PUBLIC skylark_io_objects)
+target_link_libraries(skylark_io_static PUBLIC skylark_io_objects skylark_platform_simulated)
+add_library(skylark_io_static_linux STATIC EXCLUDE_FROM_ALL)
+target_link_libraries(skylark_io_static_linux PUBLIC skylark_io_objects skylark_platform_linux)

@@ -1,0 +1,68 @@
+#include "periph/dtc_periph_lock.h"
+
+#include "periph/dtc_periph_delay.h"
+#include "periph/dtc_periph_exception.h"
+#include "platform/platform.h"
+
+#include <algorithm>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace KORVA::DTC::PERIPH {
+namespace {
+
+constexpr char const* fileName = "dtc_periph_lock";
+
+} // namespace
+
+uMutex LOCK::m_mutex;
+
+LOCK::LOCK(char const* name)
+{
+    if (name == nullptr || *name == '\0')
+        throw Exception(fileName, __LINE__, OperationFailed, "null lock name");
+    m_path = std::string("/var/lock/") + name;
+}
+
+LOCK::~LOCK() = default;
+
+void LOCK::acquire(unsigned int timeout, unsigned int interval)
+{
+    unsigned int const step = std::max(interval, 1U);
+    unsigned int const limit = std::max(timeout / step, 1U);
+    m_mutex.Lock();
+    try {
+        for (unsigned int attempt = 0; timeout == 0 || attempt < limit; ++attempt) {
+            if (tryCreateFile())
+                return;
+            waitmsec(step);
+        }
+        throw Exception(fileName, __LINE__, Timeout, m_path.c_str());
+    } catch (...) {
+        m_mutex.Unlock();
+        throw;
+    }
+}
+
+bool LOCK::tryCreateFile()
+{
+    m_file =
+        open(PLATFORM::path(m_path.c_str()).c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0);
+    return m_file != -1;
+}
+
+void LOCK::release()
+{
+    if (m_file != -1) {
+        close(m_file);
+        m_file = -1;
+        unlink(PLATFORM::path(m_path.c_str()).c_str());
+    }
+    m_mutex.Unlock();
+}
+
+I2C_LOCK::I2C_LOCK() : LOCK("i2c") {}
+
+I2C_LOCK::~I2C_LOCK() = default;
+
+} // namespace KORVA::DTC::PERIPH

@@ -1,0 +1,225 @@
+#include "platform/simulated/box_files.h"
+
+#include "platform/simulated/stand_ins.h"
+
+#include <cerrno>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <fcntl.h>
+#include <filesystem>
+#include <stdexcept>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace KORVA::DTC::PLATFORM {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// Its presence says that the directory is a box, and a complete one.
+constexpr char const* markerName = "this-is-a-simulated-box";
+
+constexpr std::uint64_t memoryBytes = 0x08010000; // up to the end of the FPGA's second range
+constexpr std::size_t eepromBytes = 32 * 1024;
+
+[[noreturn]] void refuse(std::string const& directory, std::string const& reason)
+{
+    throw std::runtime_error("simulated box: " + directory + ": " + reason);
+}
+
+[[noreturn]] void refuseWithErrno(std::string const& directory)
+{
+    refuse(directory, std::strerror(errno));
+}
+
+/// A directory of the user's own, that nobody else could have prepared.
+std::string privateDirectory()
+{
+    char const* const temporary = std::getenv("TMPDIR");
+    std::string const directory =
+        std::string(temporary != nullptr && *temporary == '/' ? temporary : "/tmp") +
+        "/skylark_box-" + std::to_string(geteuid());
+    if (mkdir(directory.c_str(), 0700) != 0 && errno != EEXIST)
+        refuseWithErrno(directory);
+    struct stat status = {};
+    if (lstat(directory.c_str(), &status) != 0)
+        refuseWithErrno(directory);
+    if (!S_ISDIR(status.st_mode))
+        refuse(directory, "not a directory");
+    if (status.st_uid != geteuid())
+        refuse(directory, "belongs to another user; name a directory of your own in DTC_BOX_ROOT");
+    if ((status.st_mode & 022) != 0)
+        refuse(directory, "other users may write to it; make it private or set DTC_BOX_ROOT");
+    return directory + "/box";
+}
+
+std::string wantedRoot()
+{
+    char const* const named = std::getenv("DTC_BOX_ROOT");
+    if (named == nullptr || *named == '\0')
+        return privateDirectory();
+    std::string root = fs::absolute(named).lexically_normal().string();
+    while (root.size() > 1 && root.back() == '/')
+        root.pop_back();
+    if (root == "/")
+        refuse(root, "the machine's own root cannot be a box");
+    if (root.find('\n') != std::string::npos)
+        refuse(root, "a line feed in its name");
+    return root;
+}
+
+void makeSparse(std::string const& path, std::uint64_t bytes)
+{
+    writeFile(path, "");
+    fs::resize_file(path, bytes);
+}
+
+void pokeMemory(std::string const& root, std::uint64_t address, std::uint16_t value)
+{
+    int const memory = open((root + "/dev/mem").c_str(), O_WRONLY | O_CLOEXEC);
+    unsigned char const bytes[] = {static_cast<unsigned char>(value),
+                                   static_cast<unsigned char>(value >> 8)};
+    ssize_t const written = pwrite(memory, bytes, sizeof bytes, static_cast<off_t>(address));
+    close(memory);
+    if (written != sizeof bytes)
+        refuseWithErrno(root);
+}
+
+/// Everything a new box holds, in a directory that is not in use yet.
+void populate(std::string const& root)
+{
+    for (char const* directory :
+         {"bin", "dev/i2c", "etc/init.d", "flash", "log", "mnt", "run", "tmp", "var/lock"})
+        fs::create_directories(root + "/" + directory);
+    // What drives the pins from outside, output, polarity, configuration, selected register. The
+    // outside of the version expander is the board revision in the low four bits, below pulled-up
+    // reset lines.
+    writeFile(root + "/dev/i2c/bit_io", std::string("\xFF\xFF\x00\xFF\x00", 5));
+    writeFile(root + "/dev/i2c/version", std::string("\xF2\xFF\x00\xFF\x00", 5));
+    writeFile(root + "/dev/i2c/eeprom", std::string(eepromBytes, '\xFF'));
+    writeFile(root + "/run/eeprom-address", std::string(2, '\0'));
+    makeSparse(root + "/dev/mem", memoryBytes);
+    pokeMemory(root, 0x06000000, 0x0211); // FPGA revision 2.17
+    writeStandIns(root);
+    writeFile(root + "/" + markerName, "Made by skylark_io; see docs/simulated-box.md.\n");
+}
+
+/// Prepared beside its place and moved there whole, so that a box is never seen half made.
+void makeBox(std::string const& root)
+{
+    fs::create_directories(fs::path(root).parent_path());
+    std::string fresh = root + ".new.XXXXXX";
+    if (mkdtemp(fresh.data()) == nullptr)
+        refuseWithErrno(root);
+    populate(fresh);
+    bool const placed = rename(fresh.c_str(), root.c_str()) == 0;
+    int const error = errno;
+    if (placed)
+        return;
+    fs::remove_all(fresh);
+    if (error != EEXIST && error != ENOTEMPTY) {
+        errno = error;
+        refuseWithErrno(root);
+    }
+}
+
+bool isBox(std::string const& root)
+{
+    return access((root + "/" + markerName).c_str(), F_OK) == 0;
+}
+
+void requireRoomForBox(std::string const& root)
+{
+    struct stat status = {};
+    if (stat(root.c_str(), &status) != 0)
+        return;
+    if (!S_ISDIR(status.st_mode))
+        refuse(root, "not a directory");
+    if (!fs::is_empty(root))
+        refuse(root, "holds files but is no simulated box; name an empty or a new directory");
+}
+
+std::string timeStamp()
+{
+    timespec now{};
+    clock_gettime(CLOCK_REALTIME, &now);
+    tm local{};
+    localtime_r(&now.tv_sec, &local);
+    char text[64];
+    std::size_t const length = std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &local);
+    std::snprintf(text + length, sizeof text - length, ".%03ld", now.tv_nsec / 1'000'000);
+    return text;
+}
+
+} // namespace
+
+std::string boxRoot()
+{
+    std::string const root = wantedRoot();
+    if (isBox(root))
+        return root;
+    try {
+        requireRoomForBox(root);
+        makeBox(root);
+    } catch (fs::filesystem_error const& error) {
+        refuse(root, error.code().message());
+    }
+    if (!isBox(root))
+        refuse(root, "cannot be made a box");
+    return root;
+}
+
+void renewBox()
+{
+    std::string const root = boxRoot();
+    std::string old = root + ".old.XXXXXX";
+    if (mkdtemp(old.data()) == nullptr || rename(root.c_str(), old.c_str()) != 0)
+        refuseWithErrno(root);
+    makeBox(root);
+    fs::remove_all(old);
+}
+
+BoxLock::BoxLock(std::string const& root)
+    : m_descriptor(open((root + "/run/lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644))
+{
+    while (flock(m_descriptor, LOCK_EX) == -1 && errno == EINTR) {
+    }
+}
+
+BoxLock::~BoxLock()
+{
+    if (m_descriptor != -1)
+        close(m_descriptor);
+}
+
+void appendToLog(std::string const& root, char const* name, std::string const& line)
+{
+    constexpr off_t largestLog = 1 << 20;
+    std::string const path = root + "/log/" + name + ".log";
+    struct stat status = {};
+    if (stat(path.c_str(), &status) == 0 && status.st_size > largestLog)
+        rename(path.c_str(), (path + ".1").c_str());
+    std::string const text = timeStamp() + " " + std::to_string(getpid()) + " " + line + "\n";
+    int const log = open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
+    // A log that cannot be written must not keep the box from working.
+    if (log != -1 && write(log, text.data(), text.size()) == -1)
+        errno = 0;
+    close(log);
+}
+
+void writeFile(std::string const& path, std::string const& content, unsigned int mode)
+{
+    std::string const fresh = path + ".new";
+    int const file = open(fresh.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, mode);
+    bool const written = file != -1 && write(file, content.data(), content.size()) ==
+                                           static_cast<ssize_t>(content.size());
+    if (file != -1)
+        close(file);
+    if (!written || rename(fresh.c_str(), path.c_str()) != 0)
+        refuseWithErrno(path);
+}
+
+} // namespace KORVA::DTC::PLATFORM

@@ -1,0 +1,38 @@
+/// The directory that is the simulated box: where it lies, how it comes into being, its lock and
+/// its logs.
+#pragma once
+
+#include <string>
+
+namespace KORVA::DTC::PLATFORM {
+
+/// The box's directory, made complete if it does not exist yet: DTC_BOX_ROOT, else a private
+/// directory of the user's own. Throws std::runtime_error that says what is wrong with a directory
+/// that cannot serve.
+std::string boxRoot();
+
+/// Makes the box as it was when new, in the place of what is there.
+void renewBox();
+
+/// Keeps other processes out of the box's state while it lives. A process that dies gives it up.
+class BoxLock
+{
+public:
+    explicit BoxLock(std::string const& root);
+    ~BoxLock();
+    BoxLock(BoxLock const&) = delete;
+    BoxLock& operator=(BoxLock const&) = delete;
+
+private:
+    int m_descriptor;
+};
+
+/// Appends a line, with the time and the process before it, to a log of the box ("transfers",
+/// "commands"). A log that has grown beyond a megabyte becomes NAME.log.1 and a new one begins.
+/// Call with the box's lock.
+void appendToLog(std::string const& root, char const* name, std::string const& line);
+
+/// Replaces a small file as a whole: readers see the old content or the new one.
+void writeFile(std::string const& path, std::string const& content, unsigned int mode = 0644);
+
+} // namespace KORVA::DTC::PLATFORM

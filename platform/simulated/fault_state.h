@@ -1,0 +1,17 @@
+#pragma once
+
+#include "platform/simulated/faults.h"
+
+#include <optional>
+
+namespace KORVA::DTC::PLATFORM::FAULTS {
+
+/// What is to happen to the transfer that begins now; counts it.
+std::optional<Transfer> nextTransfer();
+
+bool isHidden(char const* boxPath);
+bool isBindingRefused();
+bool isMappingRefused();
+bool isShellRefused();
+
+} // namespace KORVA::DTC::PLATFORM::FAULTS

@@ -1,0 +1,24 @@
+/// The three devices on the box's I2C bus, as a master sees them. Their state lies in files of the
+/// box, so that it outlives the process and is shared; call with the box's lock held.
+#pragma once
+
+#include <cstddef>
+#include <sys/types.h>
+
+namespace KORVA::DTC::PLATFORM {
+
+/// One device: how it answers to a write and a read transfer, given its state file and the box's
+/// directory.
+struct I2cDevice
+{
+    char const* node;     ///< its path on the box
+    char const* name;     ///< for the log
+    unsigned int address; ///< 7 bits
+    void (*write)(int state, int root, unsigned char const* bytes, std::size_t length);
+    void (*read)(int state, int root, unsigned char* bytes, std::size_t length);
+};
+
+/// The device behind a node, or null.
+I2cDevice const* i2cDeviceAt(char const* node);
+
+} // namespace KORVA::DTC::PLATFORM

@@ -1,0 +1,195 @@
+#include "platform/platform.h"
+
+#include "platform/simulated/box_files.h"
+#include "platform/simulated/fault_state.h"
+#include "platform/simulated/i2c_devices.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <exception>
+#include <fcntl.h>
+#include <mutex>
+#include <sys/mman.h>
+#include <unistd.h>
+
+namespace KORVA::DTC::PLATFORM {
+namespace {
+
+/// An open I2C node of this process.
+struct OpenNode
+{
+    int descriptor; ///< of the device's state file; what the caller has; 0: the place is free
+    I2cDevice const* device;
+    int root;
+    unsigned int boundAddress; ///< 0: not bound
+};
+
+// Constant-initialised and trivially destroyed: drivers use the platform while statics are made and
+// destroyed.
+std::mutex nodesMutex;
+std::array<OpenNode, 64> nodes{};
+
+OpenNode* nodeOf(int descriptor)
+{
+    auto* const found =
+        std::find_if(nodes.begin(), nodes.end(), [descriptor](OpenNode const& node) {
+            return node.device != nullptr && node.descriptor == descriptor;
+        });
+    return found != nodes.end() ? found : nullptr;
+}
+
+/// The box's directory, or the reason why there is none, on standard error.
+std::string rootOrComplain()
+{
+    try {
+        return boxRoot();
+    } catch (std::exception const& error) {
+        std::fprintf(stderr, "%s\n", error.what());
+        return "";
+    }
+}
+
+bool rememberNode(int descriptor, I2cDevice const* device, std::string const& root)
+{
+    std::lock_guard<std::mutex> const guard(nodesMutex);
+    auto* const place = std::find_if(nodes.begin(), nodes.end(),
+                                     [](OpenNode const& node) { return node.device == nullptr; });
+    if (place == nodes.end())
+        return false;
+    *place = {descriptor, device, open(root.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC), 0};
+    return true;
+}
+
+std::string hex(unsigned char const* bytes, std::size_t length)
+{
+    constexpr char const* digits = "0123456789abcdef";
+    std::string text;
+    for (std::size_t i = 0; i < length; ++i)
+        text.append({' ', digits[bytes[i] >> 4], digits[bytes[i] & 15]});
+    return text;
+}
+
+std::string describe(char const* kind, OpenNode const& node, std::size_t length)
+{
+    char text[64];
+    std::snprintf(text, sizeof text, "%s %s 0x%02x %zu:", kind, node.device->name,
+                  node.boundAddress, length);
+    return text;
+}
+
+/// Why the device does not answer at all, as an errno; 0 when it does.
+int refusal(OpenNode const& node, std::optional<FAULTS::Transfer> fault)
+{
+    if (fault == FAULTS::Transfer::Fails)
+        return EIO;
+    return node.boundAddress == node.device->address ? 0 : ENXIO;
+}
+
+/// One transfer, alone on the bus: move lets the device take or give so many bytes.
+template <typename Byte, typename Move>
+ssize_t transfer(char const* kind, int descriptor, Byte* buffer, std::size_t length, Move move)
+{
+    std::lock_guard<std::mutex> const guard(nodesMutex);
+    OpenNode const* const node = nodeOf(descriptor);
+    if (node == nullptr) {
+        errno = EBADF;
+        return -1;
+    }
+    std::string const root = rootOrComplain();
+    BoxLock const lock(root);
+    std::optional<FAULTS::Transfer> const fault = FAULTS::nextTransfer();
+    std::string entry = describe(kind, *node, length);
+    int const error = refusal(*node, fault);
+    std::size_t const moved =
+        fault == FAULTS::Transfer::IsShort && length > 0 ? length - 1 : length;
+    if (error == 0)
+        move(*node, moved);
+    entry += error != 0 ? " failed" : hex(buffer, moved) + (moved < length ? " short" : "");
+    appendToLog(root, "transfers", entry);
+    errno = error;
+    return error != 0 ? -1 : static_cast<ssize_t>(moved);
+}
+
+} // namespace
+
+std::string path(char const* boxPath)
+{
+    return boxRoot() + boxPath;
+}
+
+int openDevice(char const* boxPath, int flags)
+{
+    std::string const root = rootOrComplain();
+    if (root.empty() || FAULTS::isHidden(boxPath)) {
+        errno = ENOENT;
+        return -1;
+    }
+    I2cDevice const* const device = i2cDeviceAt(boxPath);
+    int const descriptor = open((root + boxPath).c_str(), flags | O_CLOEXEC);
+    if (descriptor == -1 || device == nullptr || rememberNode(descriptor, device, root))
+        return descriptor;
+    close(descriptor);
+    errno = EMFILE;
+    return -1;
+}
+
+int bindDevice(int descriptor, unsigned int address)
+{
+    std::lock_guard<std::mutex> const guard(nodesMutex);
+    OpenNode* const node = nodeOf(descriptor);
+    if (node == nullptr || FAULTS::isBindingRefused()) {
+        errno = node == nullptr ? ENOTTY : EBUSY;
+        return -1;
+    }
+    node->boundAddress = address;
+    return 0;
+}
+
+ssize_t readDevice(int descriptor, void* buffer, std::size_t length)
+{
+    auto* const bytes = static_cast<unsigned char*>(buffer);
+    return transfer("read ", descriptor, bytes, length,
+                    [=](OpenNode const& node, std::size_t count) {
+                        node.device->read(node.descriptor, node.root, bytes, count);
+                    });
+}
+
+ssize_t writeDevice(int descriptor, void const* buffer, std::size_t length)
+{
+    auto const* const bytes = static_cast<unsigned char const*>(buffer);
+    return transfer("write", descriptor, bytes, length,
+                    [=](OpenNode const& node, std::size_t count) {
+                        node.device->write(node.descriptor, node.root, bytes, count);
+                    });
+}
+
+int closeDevice(int descriptor)
+{
+    {
+        std::lock_guard<std::mutex> const guard(nodesMutex);
+        OpenNode* const node = nodeOf(descriptor);
+        if (node != nullptr) {
+            close(node->root);
+            *node = OpenNode{};
+        }
+    }
+    return close(descriptor);
+}
+
+void* mapPage(int descriptor, unsigned int physicalAddress)
+{
+    if (FAULTS::isMappingRefused()) {
+        errno = EPERM;
+        return MAP_FAILED;
+    }
+    return mmap(nullptr, PageSize, PROT_READ | PROT_WRITE, MAP_SHARED, descriptor,
+                static_cast<off_t>(physicalAddress));
+}
+
+int unmapPage(void* page)
+{
+    return munmap(page, PageSize);
+}
+
+} // namespace KORVA::DTC::PLATFORM

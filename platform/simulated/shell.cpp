@@ -1,0 +1,120 @@
+/// The box's shell: the desk's /bin/sh, in which the box's paths lead under the box's directory and
+/// only the stand-ins and a few harmless tools are found.
+#include "platform/platform.h"
+
+#include "platform/simulated/box_files.h"
+#include "platform/simulated/fault_state.h"
+#include "platform/simulated/shell_text.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <exception>
+#include <fcntl.h>
+#include <mutex>
+#include <spawn.h>
+#include <string>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace KORVA::DTC::PLATFORM {
+namespace {
+
+struct RunningCommand
+{
+    std::FILE* stream;
+    pid_t process;
+};
+
+std::mutex commandsMutex;
+std::array<RunningCommand, 64> commands{};
+
+RunningCommand* findCommand(std::FILE const* stream)
+{
+    auto* const found =
+        std::find_if(commands.begin(), commands.end(),
+                     [stream](RunningCommand const& command) { return command.stream == stream; });
+    return found != commands.end() ? found : nullptr;
+}
+
+/// Starts the shell in the box's directory, with output as its standard output; 0 on failure.
+pid_t spawnShell(std::string const& root, std::string const& script, int output)
+{
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
+    posix_spawn_file_actions_addchdir_np(&actions, root.c_str());
+    std::string words[] = {"sh", "-c", script};
+    char* const arguments[] = {words[0].data(), words[1].data(), words[2].data(), nullptr};
+    std::string variables[] = {"PATH=" + root + "/bin", "DTC_BOX=" + root, "HOME=" + root,
+                               "LC_ALL=C"};
+    char* const environment[] = {variables[0].data(), variables[1].data(), variables[2].data(),
+                                 variables[3].data(), nullptr};
+    pid_t process = 0;
+    int const error = posix_spawn(&process, "/bin/sh", &actions, nullptr, arguments, environment);
+    posix_spawn_file_actions_destroy(&actions);
+    errno = error;
+    return error == 0 ? process : 0;
+}
+
+std::FILE* start(std::string const& root, char const* command)
+{
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC) != 0)
+        return nullptr;
+    pid_t const process = spawnShell(root, ledUnderBox(command), ends[1]);
+    close(ends[1]);
+    std::FILE* const stream = process != 0 ? fdopen(ends[0], "r") : nullptr;
+    if (stream == nullptr) {
+        close(ends[0]);
+        return nullptr;
+    }
+    std::lock_guard<std::mutex> const guard(commandsMutex);
+    RunningCommand* const place = findCommand(nullptr);
+    if (place != nullptr)
+        *place = {stream, process};
+    return stream;
+}
+
+} // namespace
+
+std::FILE* openShell(char const* command)
+{
+    if (FAULTS::isShellRefused()) {
+        errno = EAGAIN;
+        return nullptr;
+    }
+    try {
+        std::string const root = boxRoot();
+        {
+            BoxLock const lock(root);
+            appendToLog(root, "commands", command);
+        }
+        return start(root, command);
+    } catch (std::exception const& error) {
+        std::fprintf(stderr, "%s\n", error.what());
+        errno = ENOENT;
+        return nullptr;
+    }
+}
+
+int closeShell(std::FILE* stream)
+{
+    pid_t process = 0;
+    {
+        std::lock_guard<std::mutex> const guard(commandsMutex);
+        RunningCommand* const command = findCommand(stream);
+        if (command != nullptr) {
+            process = command->process;
+            *command = RunningCommand{};
+        }
+    }
+    std::fclose(stream);
+    int status = -1;
+    while (process != 0 && waitpid(process, &status, 0) == -1 && errno == EINTR) {
+    }
+    return status;
+}
+
+} // namespace KORVA::DTC::PLATFORM

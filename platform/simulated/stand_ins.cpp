@@ -1,0 +1,146 @@
+#include "platform/simulated/stand_ins.h"
+
+#include "platform/simulated/box_files.h"
+
+#include <filesystem>
+#include <unistd.h>
+
+namespace KORVA::DTC::PLATFORM {
+namespace {
+
+struct Script
+{
+    char const* path; ///< under the box's directory
+    char const* body;
+};
+
+// $DTC_BOX is the box's directory. State: run/rootfs (ro, rw), run/network (down, up),
+// run/clock-offset (seconds ahead of the desk's clock), flash/mtdN (a raw partition) and
+// flash/mtdN.d (one with files).
+constexpr Script scripts[] = {
+    {"bin/mount", R"sh(# mount: remounts the root file system, or shows a flash partition at a directory.
+options= type= device= place=
+while [ $# -gt 0 ]; do
+    case $1 in
+        -o) options=$2; shift ;;
+        -t) type=$2; shift ;;
+        *) if [ -z "$device" ]; then device=$1; else place=$1; fi ;;
+    esac
+    shift
+done
+case $options in
+    remount,ro | remount,rw)
+        [ "$device" = / ] || { echo "mount: $device: not mounted" >&2; exit 32; }
+        echo "${options#remount,}" > "$DTC_BOX/run/rootfs"
+        exit 0 ;;
+esac
+partition=${device##*/mtdblock}
+[ "$type" = jffs2 ] && [ -n "$partition" ] && [ -d "$place" ] && [ ! -L "$place" ] ||
+    { echo "mount: cannot mount $device" >&2; exit 32; }
+mkdir -p "$DTC_BOX/flash/mtd$partition.d"
+rmdir "$place" && ln -s "$DTC_BOX/flash/mtd$partition.d" "$place"
+)sh"},
+    {"bin/umount", R"sh(# umount: takes a flash partition away from its directory.
+[ -L "$1" ] || { echo "umount: $1: not mounted" >&2; exit 32; }
+rm "$1" && mkdir "$1"
+)sh"},
+    {"bin/ifconfig", R"sh(# ifconfig: the one interface asked for, with an address when it is up.
+for interface; do :; done
+case $interface in
+    eth0 | usb0) ;;
+    *) echo "$interface: error fetching interface information: Device not found" >&2; exit 1 ;;
+esac
+echo "$interface      Link encap:Ethernet  HWaddr 00:1B:C5:07:90:01  "
+if [ "$(cat "$DTC_BOX/run/network")" = up ]; then
+    echo "          inet addr:$(cat "$DTC_BOX/run/address")  Bcast:192.168.255.255  Mask:255.255.0.0"
+fi
+)sh"},
+    {"bin/ifup", R"sh(# ifup: brings the interface up with the address of the interfaces file; DHCP leases 192.168.0.2.
+file="$DTC_BOX/etc/network/interfaces"
+while [ $# -gt 0 ]; do
+    case $1 in
+        --interfaces) file=$2; shift ;;
+    esac
+    shift
+done
+[ -r "$file" ] || { echo "ifup: cannot read $file" >&2; exit 1; }
+address=192.168.0.2
+while read -r word value _; do
+    [ "$word" = address ] && address=$value
+done < "$file"
+echo "$address" > "$DTC_BOX/run/address"
+echo up > "$DTC_BOX/run/network"
+)sh"},
+    {"bin/date", R"sh(# date: the box's clock, which is the desk's and an offset; -s sets the offset.
+offset=$(cat "$DTC_BOX/run/clock-offset")
+if [ "$1" = -s ]; then
+    case $2 in
+        [0-9][0-9][0-9][0-9].[0-9][0-9].[0-9][0-9]-[0-9][0-9]:[0-9][0-9]:[0-9][0-9]) ;;
+        *) echo "date: invalid date '$2'" >&2; exit 1 ;;
+    esac
+    day=${2%%-*} time=${2#*-}
+    wanted=$(desk-date -u -d "$(echo "$day" | tr . -) $time" +%s) || exit 1
+    echo "$((wanted - $(desk-date -u +%s)))" > "$DTC_BOX/run/clock-offset"
+    exit 0
+fi
+desk-date -u -d "@$(($(desk-date -u +%s) + offset))" "$@"
+)sh"},
+    {"bin/flash_eraseall", R"sh(# flash_eraseall: empties a flash partition.
+for device; do :; done
+partition=${device##*/mtd}
+case $partition in
+    [0-9]) rm -rf "$DTC_BOX/flash/mtd$partition" "$DTC_BOX/flash/mtd$partition.d" ;;
+    *) echo "flash_eraseall: $device: no such device" >&2; exit 1 ;;
+esac
+: > "$DTC_BOX/flash/mtd$partition"
+)sh"},
+    {"bin/ftl_format", R"sh(# ftl_format: a formatted partition is an empty one here.
+for device; do :; done
+[ -f "$DTC_BOX/flash/mtd${device##*/mtd}" ] || { echo "ftl_format: $device: no such device" >&2; exit 1; }
+)sh"},
+    {"bin/nandwrite", R"sh(# nandwrite: writes a file into a raw flash partition.
+[ "$1" = -p ] && shift
+[ -r "$2" ] || { echo "nandwrite: cannot read $2" >&2; exit 1; }
+cat "$2" > "$DTC_BOX/flash/mtd${1##*/mtd}"
+)sh"},
+    {"etc/init.d/ifupdown", "# ifupdown: nothing to prepare here.\n"},
+    {"etc/init.d/networking", "# networking: the interfaces come up by ifup.\n"},
+    {"etc/init.d/inetd", R"sh(# inetd: takes its configuration over.
+cp "$DTC_BOX/etc/inetd.conf" "$DTC_BOX/run/inetd.conf"
+)sh"},
+};
+
+/// The desk's tools that the box's commands need: they read, and write only where they are told to.
+constexpr char const* deskTools[] = {"cat", "cp",    "grep", "gzip",  "ln",  "ls", "mkdir",
+                                     "rm",  "rmdir", "sed",  "sleep", "tar", "tr"};
+
+void linkTool(std::string const& root, std::string const& name, std::string const& tool)
+{
+    for (char const* directory : {"/bin/", "/usr/bin/"}) {
+        std::string const target = directory + tool;
+        if (access(target.c_str(), X_OK) == 0) {
+            std::filesystem::create_symlink(target, root + "/bin/" + name);
+            return;
+        }
+    }
+}
+
+} // namespace
+
+void writeStandIns(std::string const& root)
+{
+    for (Script const& script : scripts)
+        writeFile(root + "/" + script.path, std::string("#!/bin/sh\n") + script.body, 0755);
+    for (char const* tool : deskTools)
+        linkTool(root, tool, tool);
+    linkTool(root, "desk-date", "date");
+    writeFile(root + "/run/rootfs", "ro\n");
+    writeFile(root + "/run/network", "down\n");
+    writeFile(root + "/run/clock-offset", "0\n");
+    writeFile(root + "/etc/inetd.conf",
+              "#telnet stream tcp nowait root /usr/sbin/telnetd telnetd\n");
+    for (char partition = '2'; partition <= '5'; ++partition)
+        writeFile(root + "/flash/mtd" + partition, "");
+}
+
+} // namespace KORVA::DTC::PLATFORM
