@@ -36,6 +36,13 @@ int descriptorOf(unsigned short address)
     return -1;
 }
 
+void closeNode(Node const& node)
+{
+    if (node.descriptor >= 0)
+        PLATFORM::closeDevice(node.descriptor);
+    node.descriptor = -1;
+}
+
 short failed(char const* message)
 {
     std::printf("%s\n", message);
@@ -52,6 +59,7 @@ short I2C_init(int)
         return 0;
     bool opened = true;
     for (Node const& node : nodes) {
+        closeNode(node); // left from an attempt in which only the first node failed
         node.descriptor = PLATFORM::openDevice(node.path, O_RDWR);
         opened = opened && node.descriptor >= 0;
     }
@@ -66,13 +74,8 @@ short I2C_init(int)
 
 short I2C_close(int)
 {
-    if (i2c_bitio_fd == -1)
-        return 0;
-    for (Node const& node : nodes) {
-        if (node.descriptor >= 0)
-            PLATFORM::closeDevice(node.descriptor);
-        node.descriptor = -1;
-    }
+    for (Node const& node : nodes)
+        closeNode(node);
     return 0;
 }
 

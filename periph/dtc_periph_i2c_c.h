@@ -10,7 +10,7 @@ extern "C" {
 /// one fail.
 short I2C_init(int);
 
-/// Closes the three nodes, if the node of the LEDs is open.
+/// Closes whichever of the three nodes are open.
 short I2C_close(int);
 
 /// One transfer of exactly length bytes to, or from, the device at the 7-bit address.

@@ -53,12 +53,15 @@ bool LOCK::tryCreateFile()
 
 void LOCK::release()
 {
+    struct Unlock
+    {
+        ~Unlock() { m_mutex.Unlock(); }
+    } const unlockLast;
     if (m_file != -1) {
         close(m_file);
         m_file = -1;
         unlink(PLATFORM::path(m_path.c_str()).c_str());
     }
-    m_mutex.Unlock();
 }
 
 I2C_LOCK::I2C_LOCK() : LOCK("i2c") {}

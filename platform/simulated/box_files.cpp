@@ -2,6 +2,7 @@
 
 #include "platform/simulated/stand_ins.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
@@ -66,8 +67,8 @@ std::string wantedRoot()
         root.pop_back();
     if (root == "/")
         refuse(root, "the machine's own root cannot be a box");
-    if (root.find('\n') != std::string::npos)
-        refuse(root, "a line feed in its name");
+    if (root.find_first_of(":\n") != std::string::npos)
+        refuse(root, "a colon or a line feed in its name");
     return root;
 }
 
@@ -202,7 +203,9 @@ void appendToLog(std::string const& root, char const* name, std::string const& l
     struct stat status = {};
     if (stat(path.c_str(), &status) == 0 && status.st_size > largestLog)
         rename(path.c_str(), (path + ".1").c_str());
-    std::string const text = timeStamp() + " " + std::to_string(getpid()) + " " + line + "\n";
+    std::string text = timeStamp() + " " + std::to_string(getpid()) + " " + line;
+    std::replace(text.begin(), text.end(), '\n', ' ');
+    text += '\n';
     int const log = open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
     // A log that cannot be written must not keep the box from working.
     if (log != -1 && write(log, text.data(), text.size()) == -1)

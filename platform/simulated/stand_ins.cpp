@@ -18,7 +18,8 @@ struct Script
 // run/clock-offset (seconds ahead of the desk's clock), flash/mtdN (a raw partition) and
 // flash/mtdN.d (one with files).
 constexpr Script scripts[] = {
-    {"bin/mount", R"sh(# mount: remounts the root file system, or shows a flash partition at a directory.
+    {"bin/mount",
+     R"sh(# mount: remounts the root file system, or shows a flash partition at a directory.
 options= type= device= place=
 while [ $# -gt 0 ]; do
     case $1 in
@@ -55,7 +56,8 @@ if [ "$(cat "$DTC_BOX/run/network")" = up ]; then
     echo "          inet addr:$(cat "$DTC_BOX/run/address")  Bcast:192.168.255.255  Mask:255.255.0.0"
 fi
 )sh"},
-    {"bin/ifup", R"sh(# ifup: brings the interface up with the address of the interfaces file; DHCP leases 192.168.0.2.
+    {"bin/ifup",
+     R"sh(# ifup: brings the interface up with the address of the interfaces file; DHCP leases 192.168.0.2.
 file="$DTC_BOX/etc/network/interfaces"
 while [ $# -gt 0 ]; do
     case $1 in
@@ -71,7 +73,8 @@ done < "$file"
 echo "$address" > "$DTC_BOX/run/address"
 echo up > "$DTC_BOX/run/network"
 )sh"},
-    {"bin/date", R"sh(# date: the box's clock, which is the desk's and an offset; -s sets the offset.
+    {"bin/date",
+     R"sh(# date: the box's clock, which is the desk's and an offset; -s sets the offset.
 offset=$(cat "$DTC_BOX/run/clock-offset")
 if [ "$1" = -s ]; then
     case $2 in

@@ -2,14 +2,18 @@
 
 #include <array>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <dirent.h>
 #include <dlfcn.h>
+#include <filesystem>
 #include <fstream>
+#include <functional>
 #include <gmock/gmock.h>
 #include <memory>
 #include <set>
 #include <string>
+#include <sys/stat.h>
 
 using testing::AnyOf;
 using testing::ElementsAre;
@@ -37,6 +41,8 @@ public:
         bind(localId, "DTC_IO_Local_Id");
         bind(getState, "DTC_IO_Get_State");
     }
+
+    void* handle() const { return m_handle.get(); }
 
     decltype(&DTC_Get_Version) version;
     decltype(&DTC_Get_Status) status;
@@ -82,7 +88,7 @@ int openDescriptors()
 }
 
 /// One message to the server and back, through the C functions.
-void exchange(Library const& library, void* server, void* client)
+void exchange(Library const& library, void* server, void* client, unsigned int port = 55755)
 {
     unsigned int word = 0x12345678;
     unsigned int count = 0;
@@ -99,7 +105,7 @@ void exchange(Library const& library, void* server, void* client)
     ASSERT_EQ(library.receive(client, &from, &tag, &word, 4, &count, 20'000), DTC_IO_SUCCESS);
     EXPECT_EQ(word, ~0x12345678U);
     EXPECT_EQ(tag, 8U);
-    EXPECT_EQ(from, 55755U);
+    EXPECT_EQ(from, port);
 }
 
 TEST(LibraryTest, LetsOutWhatItPromisesAndNothingElse)
@@ -175,6 +181,68 @@ TEST(LibraryTest, UnloadsAThousandTimesWhateverIsStillOpen)
         ASSERT_FALSE(isLoaded()) << i;
         ASSERT_EQ(openDescriptors(), before) << i;
     }
+}
+
+std::string boxPath(char const* path)
+{
+    return std::getenv("DTC_BOX_ROOT") + std::string(path);
+}
+
+/// What a driver's accessor throws, "" when it throws nothing. The accessor is found by its mangled
+/// name.
+std::string failureOf(Library const& library, char const* accessor)
+{
+    auto const get = reinterpret_cast<void* (*)()>(dlsym(library.handle(), accessor));
+    try {
+        get();
+    } catch (std::exception const& error) {
+        return error.what();
+    }
+    return "";
+}
+
+// Without its devices the library loads at once and moves messages; who needs the devices is told
+// so at the first use, and is served once they are there.
+TEST(LibraryTest, LoadsAndServesWithoutItsDevices)
+{
+    constexpr char const* getFpga = "_ZN5KORVA3DTC6PERIPH7getFPGAEv";
+    constexpr char const* getPmx = "_ZN5KORVA3DTC6PERIPH6getPMXEv";
+    {
+        Library const makesTheBox;
+    }
+    std::string const memory = boxPath("/dev/mem");
+    std::string const aside = memory + ".aside";
+    struct
+    {
+        std::function<void()> prepare;
+        char const* failure;
+    } const cases[] = {
+        {[&] { std::filesystem::rename(memory, aside); }, "/dev/mem could not be opened"},
+        {[&] { mkfifo(memory.c_str(), 0600); }, "call to mmap() failed"},
+        {[&] { std::filesystem::rename(boxPath("/dev/i2c"), boxPath("/dev/i2c.aside")); },
+         "call to mmap() failed"}};
+    for (auto const& c : cases) {
+        c.prepare();
+        Library const library;
+        void* server = nullptr;
+        void* client = nullptr;
+        ASSERT_EQ(library.create("dtc_conf", 0, &server), DTC_IO_SUCCESS) << library.error();
+        ASSERT_EQ(library.open("0x7F000001", "dtc_conf", &client), DTC_IO_SUCCESS);
+        exchange(library, server, client, 55756);
+        for (char const* accessor : {getFpga, getPmx}) {
+            EXPECT_THAT(failureOf(library, accessor), testing::HasSubstr(c.failure))
+                << "what the load met";
+            EXPECT_THAT(failureOf(library, accessor), testing::HasSubstr(c.failure))
+                << "tried again";
+        }
+        if (std::filesystem::exists(boxPath("/dev/i2c")))
+            continue;
+        std::filesystem::rename(aside, memory);
+        EXPECT_EQ(failureOf(library, getFpga), "");
+        EXPECT_EQ(failureOf(library, getPmx), "");
+        std::filesystem::rename(boxPath("/dev/i2c.aside"), boxPath("/dev/i2c"));
+    }
+    EXPECT_FALSE(isLoaded());
 }
 
 } // namespace
