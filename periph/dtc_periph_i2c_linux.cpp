@@ -14,6 +14,8 @@ namespace {
 constexpr char const* fileName = "dtc_periph_i2c_linux";
 constexpr unsigned int addressBytes = 2;
 
+[[maybe_unused]] EEPROM const& madeAtLoad = getEEPROM();
+
 /// High byte first.
 void encodeAddress(unsigned char* bytes, unsigned int address)
 {

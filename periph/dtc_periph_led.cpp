@@ -4,6 +4,11 @@
 #include "periph/dtc_periph_i2c.h"
 
 namespace KORVA::DTC::PERIPH {
+namespace {
+
+[[maybe_unused]] I2C_LED const* const madeAtLoad[] = {&getI2CLed0(), &getI2CLed1(), &getI2CLed2()};
+
+} // namespace
 
 I2C_LED::I2C_LED(unsigned int pin) : m_pin(pin & 7) {}
 

@@ -39,6 +39,7 @@ void LOCK::acquire(unsigned int timeout, unsigned int interval)
         }
         throw Exception(fileName, __LINE__, Timeout, m_path.c_str());
     } catch (...) {
+        removeFile();
         m_mutex.Unlock();
         throw;
     }
@@ -46,22 +47,28 @@ void LOCK::acquire(unsigned int timeout, unsigned int interval)
 
 bool LOCK::tryCreateFile()
 {
-    m_file =
-        open(PLATFORM::path(m_path.c_str()).c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0);
-    return m_file != -1;
+    std::string const file = PLATFORM::path(m_path.c_str());
+    int const created = open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0);
+    if (created == -1)
+        return false;
+    m_file = created;
+    m_fileName = file;
+    return true;
+}
+
+void LOCK::removeFile()
+{
+    if (m_file == -1)
+        return;
+    close(m_file);
+    m_file = -1;
+    unlink(m_fileName.c_str());
 }
 
 void LOCK::release()
 {
-    struct Unlock
-    {
-        ~Unlock() { m_mutex.Unlock(); }
-    } const unlockLast;
-    if (m_file != -1) {
-        close(m_file);
-        m_file = -1;
-        unlink(PLATFORM::path(m_path.c_str()).c_str());
-    }
+    removeFile();
+    m_mutex.Unlock();
 }
 
 I2C_LOCK::I2C_LOCK() : LOCK("i2c") {}

@@ -36,11 +36,13 @@ public:
 
 private:
     bool tryCreateFile();
+    void removeFile();
 
     static uMutex m_mutex;
 
     std::string m_path;
     int m_file = -1;
+    std::string m_fileName; // where the file that this object holds lies on this machine
 };
 
 /// The lock that guards all traffic on the I2C bus: "i2c".

@@ -12,6 +12,9 @@ namespace {
 constexpr unsigned int fpgaPin = 6;
 constexpr unsigned int boxPin = 7;
 
+[[maybe_unused]] I2C_RESETS const* const madeAtLoad[] = {&getI2CFpgaReset(), &getI2CDtcReset(),
+                                                         &getI2CBoardRev()};
+
 } // namespace
 
 I2C_RESETS::I2C_RESETS(unsigned int pin) : m_pin(pin) {}
@@ -55,6 +58,7 @@ void I2C_RESETS::pulseFpgaReset()
 void I2C_RESETS::pulseBoxReset()
 {
     std::printf("Reseting the DTC\n");
+    std::fflush(stdout); // while this program still runs
     setDirection(Output);
     setOutput(0);
     setDirection(Input);

@@ -17,8 +17,8 @@ public:
     /// OperationFailed, and leave the registers as far as they got.
     virtual void init();
 
-    /// Pulses the reset line. Pin 6, the FPGA: low, then released, and 50 ms for it to come up. Any
-    /// other pin, the box itself: low, which ends this program; returns if it did not.
+    /// Pulses the reset line. Pin 6, the FPGA: low, high, released, and 50 ms for it to come up.
+    /// Any other pin, the box itself: low, which ends this program; returns if it did not.
     virtual void assertReset();
 
     /// Releases the pin and returns the levels of all eight, 0 to 255; the low four bits are the

@@ -4,12 +4,14 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <fcntl.h>
 #include <filesystem>
+#include <mutex>
 #include <stdexcept>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -23,7 +25,7 @@ namespace fs = std::filesystem;
 /// Its presence says that the directory is a box, and a complete one.
 constexpr char const* markerName = "this-is-a-simulated-box";
 
-constexpr std::uint64_t memoryBytes = 0x08010000; // up to the end of the FPGA's second range
+constexpr off_t memoryBytes = 0x08010000; // up to the end of the FPGA's second range
 constexpr std::size_t eepromBytes = 32 * 1024;
 
 [[noreturn]] void refuse(std::string const& directory, std::string const& reason)
@@ -57,12 +59,35 @@ std::string privateDirectory()
     return directory + "/box";
 }
 
+/// A relative name means what it meant at first, wherever the program goes later.
+std::string absoluteOnce(std::string const& named)
+{
+    // Trivially destroyed, because drivers ask until the very end of the process.
+    static std::mutex mutex;
+    static char lastNamed[PATH_MAX];
+    static char lastAbsolute[PATH_MAX];
+    std::string const absolute = fs::absolute(named).lexically_normal().string();
+    if (named.size() >= PATH_MAX || absolute.size() >= PATH_MAX)
+        refuse(named, std::strerror(ENAMETOOLONG));
+    std::lock_guard<std::mutex> const guard(mutex);
+    if (named != lastNamed) {
+        std::strcpy(lastNamed, named.c_str());
+        std::strcpy(lastAbsolute, absolute.c_str());
+    }
+    return lastAbsolute;
+}
+
+bool isBox(std::string const& root)
+{
+    return access((root + "/" + markerName).c_str(), F_OK) == 0;
+}
+
 std::string wantedRoot()
 {
     char const* const named = std::getenv("DTC_BOX_ROOT");
     if (named == nullptr || *named == '\0')
         return privateDirectory();
-    std::string root = fs::absolute(named).lexically_normal().string();
+    std::string root = absoluteOnce(named);
     while (root.size() > 1 && root.back() == '/')
         root.pop_back();
     if (root == "/")
@@ -72,10 +97,28 @@ std::string wantedRoot()
     return root;
 }
 
-void makeSparse(std::string const& path, std::uint64_t bytes)
+/// Gives a device's state file its content without replacing the file, which programs may have
+/// open.
+void setState(std::string const& path, std::string const& content)
 {
-    writeFile(path, "");
-    fs::resize_file(path, bytes);
+    int const file = open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
+    bool const written = file != -1 && pwrite(file, content.data(), content.size(), 0) ==
+                                           static_cast<ssize_t>(content.size());
+    close(file);
+    if (!written)
+        refuseWithErrno(path);
+}
+
+/// The physical memory, all zero, and never shorter than it is: programs may have it mapped.
+void clearMemory(std::string const& path)
+{
+    int const file = open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
+    bool const cleared =
+        file != -1 && ftruncate(file, memoryBytes) == 0 &&
+        fallocate(file, FALLOC_FL_PUNCH_HOLE | FALLOC_FL_KEEP_SIZE, 0, memoryBytes) == 0;
+    close(file);
+    if (!cleared)
+        refuseWithErrno(path);
 }
 
 void pokeMemory(std::string const& root, std::uint64_t address, std::uint16_t value)
@@ -93,16 +136,18 @@ void pokeMemory(std::string const& root, std::uint64_t address, std::uint16_t va
 void populate(std::string const& root)
 {
     for (char const* directory :
-         {"bin", "dev/i2c", "etc/init.d", "flash", "log", "mnt", "run", "tmp", "var/lock"})
+         {"bin", "dev/i2c", "etc/init.d", "flash", "log", "mnt", "run", "tmp", "tools", "var/lock"})
         fs::create_directories(root + "/" + directory);
     // What drives the pins from outside, output, polarity, configuration, selected register. The
     // outside of the version expander is the board revision in the low four bits, below pulled-up
     // reset lines.
-    writeFile(root + "/dev/i2c/bit_io", std::string("\xFF\xFF\x00\xFF\x00", 5));
-    writeFile(root + "/dev/i2c/version", std::string("\xF2\xFF\x00\xFF\x00", 5));
-    writeFile(root + "/dev/i2c/eeprom", std::string(eepromBytes, '\xFF'));
-    writeFile(root + "/run/eeprom-address", std::string(2, '\0'));
-    makeSparse(root + "/dev/mem", memoryBytes);
+    setState(root + "/dev/i2c/bit_io", std::string("\xFF\xFF\x00\xFF\x00", 5));
+    setState(root + "/dev/i2c/version", std::string("\xF2\xFF\x00\xFF\x00", 5));
+    setState(root + "/dev/i2c/eeprom", std::string(eepromBytes, '\xFF'));
+    setState(root + "/run/eeprom-address", std::string(2, '\0'));
+    clearMemory(root + "/dev/mem");
+    fs::remove(root + "/dev/null");
+    fs::create_symlink("/dev/null", root + "/dev/null");
     pokeMemory(root, 0x06000000, 0x0211); // FPGA revision 2.17
     writeStandIns(root);
     writeFile(root + "/" + markerName, "Made by skylark_io; see docs/simulated-box.md.\n");
@@ -115,7 +160,13 @@ void makeBox(std::string const& root)
     std::string fresh = root + ".new.XXXXXX";
     if (mkdtemp(fresh.data()) == nullptr)
         refuseWithErrno(root);
-    populate(fresh);
+    try {
+        populate(fresh);
+    } catch (...) {
+        std::error_code ignored;
+        fs::remove_all(fresh, ignored);
+        throw;
+    }
     bool const placed = rename(fresh.c_str(), root.c_str()) == 0;
     int const error = errno;
     if (placed)
@@ -127,11 +178,6 @@ void makeBox(std::string const& root)
     }
 }
 
-bool isBox(std::string const& root)
-{
-    return access((root + "/" + markerName).c_str(), F_OK) == 0;
-}
-
 void requireRoomForBox(std::string const& root)
 {
     struct stat status = {};
@@ -139,7 +185,7 @@ void requireRoomForBox(std::string const& root)
         return;
     if (!S_ISDIR(status.st_mode))
         refuse(root, "not a directory");
-    if (!fs::is_empty(root))
+    if (!fs::is_empty(root) && !isBox(root)) // another process may have made it just now
         refuse(root, "holds files but is no simulated box; name an empty or a new directory");
 }
 
@@ -176,18 +222,20 @@ std::string boxRoot()
 void renewBox()
 {
     std::string const root = boxRoot();
-    std::string old = root + ".old.XXXXXX";
-    if (mkdtemp(old.data()) == nullptr || rename(root.c_str(), old.c_str()) != 0)
+    BoxLock const lock(root);
+    if (!lock.isHeld())
         refuseWithErrno(root);
-    makeBox(root);
-    fs::remove_all(old);
+    for (char const* directory : {"bin", "etc", "flash", "log", "mnt", "tmp", "tools", "var"})
+        fs::remove_all(root + "/" + directory);
+    populate(root);
 }
 
 BoxLock::BoxLock(std::string const& root)
     : m_descriptor(open((root + "/run/lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644))
 {
-    while (flock(m_descriptor, LOCK_EX) == -1 && errno == EINTR) {
-    }
+    do {
+        m_isHeld = flock(m_descriptor, LOCK_EX) == 0;
+    } while (!m_isHeld && errno == EINTR);
 }
 
 BoxLock::~BoxLock()

@@ -11,7 +11,8 @@ namespace KORVA::DTC::PLATFORM {
 /// that cannot serve.
 std::string boxRoot();
 
-/// Makes the box as it was when new, in the place of what is there.
+/// Makes the box as it was when new, in its place: programs that have its devices open go on with
+/// the new state.
 void renewBox();
 
 /// Keeps other processes out of the box's state while it lives. A process that dies gives it up.
@@ -23,8 +24,11 @@ public:
     BoxLock(BoxLock const&) = delete;
     BoxLock& operator=(BoxLock const&) = delete;
 
+    bool isHeld() const { return m_isHeld; }
+
 private:
     int m_descriptor;
+    bool m_isHeld = false;
 };
 
 /// Appends a line, with the time and the process before it, to a log of the box ("transfers",

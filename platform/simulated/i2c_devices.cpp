@@ -42,35 +42,33 @@ struct Expander
 };
 static_assert(sizeof(Expander) == 5, "as it lies in the state file");
 
-Expander loadExpander(int state)
+bool loadExpander(int state, Expander& expander)
+{
+    return pread(state, &expander, sizeof expander, 0) == sizeof expander;
+}
+
+bool writeExpander(int state, int /*root*/, unsigned char const* bytes, std::size_t length)
 {
     Expander expander;
-    if (pread(state, &expander, sizeof expander, 0) != sizeof expander)
-        expander = Expander();
-    return expander;
-}
-
-void storeExpander(int state, Expander const& expander)
-{
+    if (!loadExpander(state, expander))
+        return false;
+    for (std::size_t i = 0; i < length; ++i) {
+        if (i == 0)
+            expander.selected = bytes[0];
+        else
+            expander.set(bytes[i]);
+    }
     // Five bytes in one call: a process killed here leaves the old state or the new one.
-    if (pwrite(state, &expander, sizeof expander, 0) != sizeof expander)
-        return;
+    return pwrite(state, &expander, sizeof expander, 0) == sizeof expander;
 }
 
-void writeExpander(int state, int /*root*/, unsigned char const* bytes, std::size_t length)
+bool readExpander(int state, int /*root*/, unsigned char* bytes, std::size_t length)
 {
-    if (length == 0)
-        return;
-    Expander expander = loadExpander(state);
-    expander.selected = bytes[0];
-    for (std::size_t i = 1; i < length; ++i)
-        expander.set(bytes[i]);
-    storeExpander(state, expander);
-}
-
-void readExpander(int state, int /*root*/, unsigned char* bytes, std::size_t length)
-{
-    std::memset(bytes, loadExpander(state).value(), length);
+    Expander expander;
+    if (!loadExpander(state, expander))
+        return false;
+    std::memset(bytes, expander.value(), length);
+    return true;
 }
 
 constexpr std::size_t eepromBytes = 32 * 1024;
@@ -87,12 +85,13 @@ public:
     AddressCounter(AddressCounter const&) = delete;
     AddressCounter& operator=(AddressCounter const&) = delete;
 
-    std::size_t get() const
+    bool get(std::size_t& address) const
     {
         std::array<unsigned char, 2> bytes{};
         if (pread(m_file, bytes.data(), bytes.size(), 0) != static_cast<ssize_t>(bytes.size()))
-            return 0;
-        return (static_cast<std::size_t>(bytes[0]) << 8 | bytes[1]) % eepromBytes;
+            return false;
+        address = (static_cast<std::size_t>(bytes[0]) << 8 | bytes[1]) % eepromBytes;
+        return true;
     }
 
     bool set(std::size_t address)
@@ -107,39 +106,44 @@ private:
 };
 
 /// Two address bytes, high byte first, then data, which wraps round inside its page.
-void writeEeprom(int state, int root, unsigned char const* bytes, std::size_t length)
+bool writeEeprom(int state, int root, unsigned char const* bytes, std::size_t length)
 {
     if (length < 2)
-        return;
+        return true;
     AddressCounter counter(root);
     std::size_t const address = (static_cast<std::size_t>(bytes[0]) << 8 | bytes[1]) % eepromBytes;
     std::size_t const page = address - address % eepromPageBytes;
     std::array<unsigned char, eepromPageBytes> content{};
-    if (pread(state, content.data(), content.size(), static_cast<off_t>(page)) == -1)
-        return;
+    if (pread(state, content.data(), content.size(), static_cast<off_t>(page)) !=
+        static_cast<ssize_t>(content.size()))
+        return false;
     std::size_t offset = address % eepromPageBytes;
     for (std::size_t i = 2; i < length; ++i) {
         content[offset] = bytes[i];
         offset = (offset + 1) % eepromPageBytes;
     }
-    if (pwrite(state, content.data(), content.size(), static_cast<off_t>(page)) == -1)
-        return;
-    counter.set(page + offset);
+    bool const written =
+        length == 2 || pwrite(state, content.data(), content.size(), static_cast<off_t>(page)) ==
+                           static_cast<ssize_t>(content.size());
+    return written && counter.set(page + offset);
 }
 
 /// Runs on from the address counter, across pages and from the end to the beginning.
-void readEeprom(int state, int root, unsigned char* bytes, std::size_t length)
+bool readEeprom(int state, int root, unsigned char* bytes, std::size_t length)
 {
     AddressCounter counter(root);
-    std::size_t address = counter.get();
+    std::size_t address = 0;
+    if (!counter.get(address))
+        return false;
     for (std::size_t done = 0; done < length;) {
         std::size_t const piece = std::min(length - done, eepromBytes - address);
-        if (pread(state, bytes + done, piece, static_cast<off_t>(address)) == -1)
-            return;
+        if (pread(state, bytes + done, piece, static_cast<off_t>(address)) !=
+            static_cast<ssize_t>(piece))
+            return false;
         done += piece;
         address = (address + piece) % eepromBytes;
     }
-    counter.set(address);
+    return counter.set(address);
 }
 
 constexpr std::array<I2cDevice, 3> devices{{

@@ -14,8 +14,9 @@ struct I2cDevice
     char const* node;     ///< its path on the box
     char const* name;     ///< for the log
     unsigned int address; ///< 7 bits
-    void (*write)(int state, int root, unsigned char const* bytes, std::size_t length);
-    void (*read)(int state, int root, unsigned char* bytes, std::size_t length);
+    // False when the state cannot be read or written.
+    bool (*write)(int state, int root, unsigned char const* bytes, std::size_t length);
+    bool (*read)(int state, int root, unsigned char* bytes, std::size_t length);
 };
 
 /// The device behind a node, or null.

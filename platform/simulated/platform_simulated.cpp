@@ -11,6 +11,7 @@
 #include <fcntl.h>
 #include <mutex>
 #include <sys/mman.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace KORVA::DTC::PLATFORM {
@@ -57,7 +58,10 @@ bool rememberNode(int descriptor, I2cDevice const* device, std::string const& ro
                                      [](OpenNode const& node) { return node.device == nullptr; });
     if (place == nodes.end())
         return false;
-    *place = {descriptor, device, open(root.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC), 0};
+    int const directory = open(root.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (directory == -1)
+        return false;
+    *place = {descriptor, device, directory, 0};
     return true;
 }
 
@@ -97,14 +101,18 @@ ssize_t transfer(char const* kind, int descriptor, Byte* buffer, std::size_t len
         return -1;
     }
     std::string const root = rootOrComplain();
+    if (root.empty()) {
+        errno = EIO;
+        return -1;
+    }
     BoxLock const lock(root);
     std::optional<FAULTS::Transfer> const fault = FAULTS::nextTransfer();
     std::string entry = describe(kind, *node, length);
-    int const error = refusal(*node, fault);
-    std::size_t const moved =
-        fault == FAULTS::Transfer::IsShort && length > 0 ? length - 1 : length;
-    if (error == 0)
-        move(*node, moved);
+    bool const isShort = fault == FAULTS::Transfer::IsShort && length > 0;
+    std::size_t const moved = isShort ? length - 1 : length;
+    int error = lock.isHeld() ? refusal(*node, fault) : EIO;
+    if (error == 0 && !move(*node, moved))
+        error = EIO;
     entry += error != 0 ? " failed" : hex(buffer, moved) + (moved < length ? " short" : "");
     appendToLog(root, "transfers", entry);
     errno = error;
@@ -115,7 +123,8 @@ ssize_t transfer(char const* kind, int descriptor, Byte* buffer, std::size_t len
 
 std::string path(char const* boxPath)
 {
-    return boxRoot() + boxPath;
+    std::string const root = rootOrComplain();
+    return (root.empty() ? "/dev/null/no simulated box" : root) + boxPath;
 }
 
 int openDevice(char const* boxPath, int flags)
@@ -151,7 +160,7 @@ ssize_t readDevice(int descriptor, void* buffer, std::size_t length)
     auto* const bytes = static_cast<unsigned char*>(buffer);
     return transfer("read ", descriptor, bytes, length,
                     [=](OpenNode const& node, std::size_t count) {
-                        node.device->read(node.descriptor, node.root, bytes, count);
+                        return node.device->read(node.descriptor, node.root, bytes, count);
                     });
 }
 
@@ -160,7 +169,7 @@ ssize_t writeDevice(int descriptor, void const* buffer, std::size_t length)
     auto const* const bytes = static_cast<unsigned char const*>(buffer);
     return transfer("write", descriptor, bytes, length,
                     [=](OpenNode const& node, std::size_t count) {
-                        node.device->write(node.descriptor, node.root, bytes, count);
+                        return node.device->write(node.descriptor, node.root, bytes, count);
                     });
 }
 
@@ -181,6 +190,14 @@ void* mapPage(int descriptor, unsigned int physicalAddress)
 {
     if (FAULTS::isMappingRefused()) {
         errno = EPERM;
+        return MAP_FAILED;
+    }
+    struct stat memory = {};
+    bool const isThere =
+        fstat(descriptor, &memory) == 0 &&
+        memory.st_size >= static_cast<off_t>(physicalAddress) + static_cast<off_t>(PageSize);
+    if (!isThere) { // mmap would allow it, and the first access would kill the process
+        errno = EINVAL;
         return MAP_FAILED;
     }
     return mmap(nullptr, PageSize, PROT_READ | PROT_WRITE, MAP_SHARED, descriptor,

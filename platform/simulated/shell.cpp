@@ -58,22 +58,32 @@ pid_t spawnShell(std::string const& root, std::string const& script, int output)
     return error == 0 ? process : 0;
 }
 
+/// What the shell is given: a command that names a path outside the box is refused as a whole.
+std::string scriptFor(char const* command)
+{
+    if (climbs(command))
+        return "echo 'simulated box: a path climbs out of the box' >&2; exit 1";
+    return ledUnderBox(command);
+}
+
 std::FILE* start(std::string const& root, char const* command)
 {
-    int ends[2];
-    if (pipe2(ends, O_CLOEXEC) != 0)
-        return nullptr;
-    pid_t const process = spawnShell(root, ledUnderBox(command), ends[1]);
-    close(ends[1]);
-    std::FILE* const stream = process != 0 ? fdopen(ends[0], "r") : nullptr;
-    if (stream == nullptr) {
-        close(ends[0]);
-        return nullptr;
-    }
     std::lock_guard<std::mutex> const guard(commandsMutex);
     RunningCommand* const place = findCommand(nullptr);
-    if (place != nullptr)
-        *place = {stream, process};
+    int ends[2];
+    if (place == nullptr || pipe2(ends, O_CLOEXEC) != 0)
+        return nullptr;
+    std::FILE* const stream = fdopen(ends[0], "r");
+    pid_t const process = stream != nullptr ? spawnShell(root, scriptFor(command), ends[1]) : 0;
+    close(ends[1]);
+    if (process == 0) {
+        if (stream != nullptr)
+            std::fclose(stream);
+        else
+            close(ends[0]);
+        return nullptr;
+    }
+    *place = {stream, process};
     return stream;
 }
 

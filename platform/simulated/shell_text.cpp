@@ -1,6 +1,5 @@
 #include "platform/simulated/shell_text.h"
 
-#include <cctype>
 #include <cstring>
 
 namespace KORVA::DTC::PLATFORM {
@@ -9,10 +8,13 @@ namespace {
 /// Where in the shell's text a character stands.
 enum class Quoting { None, Single, Double };
 
+constexpr char const* wordEnds = " \t\n;&|()<>'\"`";
+
+/// A '/' that stands alone is the root itself, and left to the command.
 bool beginsPath(std::string const& text, std::size_t position)
 {
     return text[position] == '/' && position + 1 < text.size() &&
-           std::isalpha(static_cast<unsigned char>(text[position + 1])) != 0;
+           std::strchr(wordEnds, text[position + 1]) == nullptr;
 }
 
 bool beginsWord(std::string const& text, std::size_t position, Quoting quoting)
@@ -65,6 +67,20 @@ std::string ledUnderBox(std::string const& command)
         quoting = after(quoting, character);
     }
     return led;
+}
+
+bool climbs(std::string const& command)
+{
+    auto const isEdge = [&command](std::size_t position) {
+        return position >= command.size() || command[position] == '/' || command[position] == '=' ||
+               std::strchr(wordEnds, command[position]) != nullptr;
+    };
+    for (std::size_t found = command.find(".."); found != std::string::npos;
+         found = command.find("..", found + 1)) {
+        if ((found == 0 || isEdge(found - 1)) && isEdge(found + 2))
+            return true;
+    }
+    return false;
 }
 
 } // namespace KORVA::DTC::PLATFORM

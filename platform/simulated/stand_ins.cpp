@@ -17,6 +17,12 @@ struct Script
 // $DTC_BOX is the box's directory. State: run/rootfs (ro, rw), run/network (down, up),
 // run/clock-offset (seconds ahead of the desk's clock), flash/mtdN (a raw partition) and
 // flash/mtdN.d (one with files).
+/// In front of each script: state is replaced as a whole, and the desk's clock can only be read.
+constexpr char const* shared =
+    R"sh(put() { echo "$2" > "$DTC_BOX/run/$1.$$" && mv "$DTC_BOX/run/$1.$$" "$DTC_BOX/run/$1"; }
+desk_date() { "$DTC_BOX/tools/date" -u "$@"; }
+)sh";
+
 constexpr Script scripts[] = {
     {"bin/mount",
      R"sh(# mount: remounts the root file system, or shows a flash partition at a directory.
@@ -32,17 +38,20 @@ done
 case $options in
     remount,ro | remount,rw)
         [ "$device" = / ] || { echo "mount: $device: not mounted" >&2; exit 32; }
-        echo "${options#remount,}" > "$DTC_BOX/run/rootfs"
+        put rootfs "${options#remount,}"
         exit 0 ;;
 esac
 partition=${device##*/mtdblock}
-[ "$type" = jffs2 ] && [ -n "$partition" ] && [ -d "$place" ] && [ ! -L "$place" ] ||
-    { echo "mount: cannot mount $device" >&2; exit 32; }
-mkdir -p "$DTC_BOX/flash/mtd$partition.d"
+case $type:$partition:$place in
+    jffs2:[2-5]:"$DTC_BOX"/mnt/*) ;;
+    *) echo "mount: cannot mount $device" >&2; exit 32 ;;
+esac
+[ ! -L "$place" ] || { echo "mount: $place: busy" >&2; exit 32; }
+mkdir -p "$DTC_BOX/flash/mtd$partition.d" "$place"
 rmdir "$place" && ln -s "$DTC_BOX/flash/mtd$partition.d" "$place"
 )sh"},
     {"bin/umount", R"sh(# umount: takes a flash partition away from its directory.
-[ -L "$1" ] || { echo "umount: $1: not mounted" >&2; exit 32; }
+case $1 in "$DTC_BOX"/mnt/*) ;; *) false ;; esac && [ -L "$1" ] || { echo "umount: $1: not mounted" >&2; exit 32; }
 rm "$1" && mkdir "$1"
 )sh"},
     {"bin/ifconfig", R"sh(# ifconfig: the one interface asked for, with an address when it is up.
@@ -65,13 +74,14 @@ while [ $# -gt 0 ]; do
     esac
     shift
 done
+case $file in "$DTC_BOX"/*) ;; *) file=/nonexistent ;; esac
 [ -r "$file" ] || { echo "ifup: cannot read $file" >&2; exit 1; }
 address=192.168.0.2
 while read -r word value _; do
     [ "$word" = address ] && address=$value
 done < "$file"
-echo "$address" > "$DTC_BOX/run/address"
-echo up > "$DTC_BOX/run/network"
+put address "$address"
+put network up
 )sh"},
     {"bin/date",
      R"sh(# date: the box's clock, which is the desk's and an offset; -s sets the offset.
@@ -82,27 +92,28 @@ if [ "$1" = -s ]; then
         *) echo "date: invalid date '$2'" >&2; exit 1 ;;
     esac
     day=${2%%-*} time=${2#*-}
-    wanted=$(desk-date -u -d "$(echo "$day" | tr . -) $time" +%s) || exit 1
-    echo "$((wanted - $(desk-date -u +%s)))" > "$DTC_BOX/run/clock-offset"
+    wanted=$(desk_date -d "$(echo "$day" | tr . -) $time" +%s) || exit 1
+    put clock-offset "$((wanted - $(desk_date +%s)))"
     exit 0
 fi
-desk-date -u -d "@$(($(desk-date -u +%s) + offset))" "$@"
+desk_date -d "@$(($(desk_date +%s) + offset))" "$@"
 )sh"},
     {"bin/flash_eraseall", R"sh(# flash_eraseall: empties a flash partition.
 for device; do :; done
 partition=${device##*/mtd}
 case $partition in
-    [0-9]) rm -rf "$DTC_BOX/flash/mtd$partition" "$DTC_BOX/flash/mtd$partition.d" ;;
+    [2-5]) rm -rf "$DTC_BOX/flash/mtd$partition" "$DTC_BOX/flash/mtd$partition.d" ;;
     *) echo "flash_eraseall: $device: no such device" >&2; exit 1 ;;
 esac
 : > "$DTC_BOX/flash/mtd$partition"
 )sh"},
     {"bin/ftl_format", R"sh(# ftl_format: a formatted partition is an empty one here.
 for device; do :; done
-[ -f "$DTC_BOX/flash/mtd${device##*/mtd}" ] || { echo "ftl_format: $device: no such device" >&2; exit 1; }
+case ${device##*/mtd} in [2-5]) ;; *) false ;; esac || { echo "ftl_format: $device: no such device" >&2; exit 1; }
 )sh"},
     {"bin/nandwrite", R"sh(# nandwrite: writes a file into a raw flash partition.
 [ "$1" = -p ] && shift
+case ${1##*/mtd} in [2-5]) ;; *) echo "nandwrite: $1: no such device" >&2; exit 1 ;; esac
 [ -r "$2" ] || { echo "nandwrite: cannot read $2" >&2; exit 1; }
 cat "$2" > "$DTC_BOX/flash/mtd${1##*/mtd}"
 )sh"},
@@ -114,15 +125,15 @@ cp "$DTC_BOX/etc/inetd.conf" "$DTC_BOX/run/inetd.conf"
 };
 
 /// The desk's tools that the box's commands need: they read, and write only where they are told to.
-constexpr char const* deskTools[] = {"cat", "cp",    "grep", "gzip",  "ln",  "ls", "mkdir",
-                                     "rm",  "rmdir", "sed",  "sleep", "tar", "tr"};
+constexpr char const* deskTools[] = {"cat", "cp", "grep",  "gzip", "ln",    "ls",  "mkdir",
+                                     "mv",  "rm", "rmdir", "sed",  "sleep", "tar", "tr"};
 
 void linkTool(std::string const& root, std::string const& name, std::string const& tool)
 {
     for (char const* directory : {"/bin/", "/usr/bin/"}) {
         std::string const target = directory + tool;
         if (access(target.c_str(), X_OK) == 0) {
-            std::filesystem::create_symlink(target, root + "/bin/" + name);
+            std::filesystem::create_symlink(target, root + "/" + name);
             return;
         }
     }
@@ -133,10 +144,11 @@ void linkTool(std::string const& root, std::string const& name, std::string cons
 void writeStandIns(std::string const& root)
 {
     for (Script const& script : scripts)
-        writeFile(root + "/" + script.path, std::string("#!/bin/sh\n") + script.body, 0755);
+        writeFile(root + "/" + script.path, std::string("#!/bin/sh\n") + shared + script.body,
+                  0755);
     for (char const* tool : deskTools)
-        linkTool(root, tool, tool);
-    linkTool(root, "desk-date", "date");
+        linkTool(root, std::string("bin/") + tool, tool);
+    linkTool(root, "tools/date", "date"); // not where commands are looked for
     writeFile(root + "/run/rootfs", "ro\n");
     writeFile(root + "/run/network", "down\n");
     writeFile(root + "/run/clock-offset", "0\n");
