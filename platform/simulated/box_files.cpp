@@ -138,7 +138,7 @@ void requireRoomForBox(std::string const& root)
         return;
     if (!S_ISDIR(status.st_mode))
         refuse(root, "not a directory");
-    if (!fs::is_empty(root))
+    if (!fs::is_empty(root) && !isBox(root)) // another process may just have put it there
         refuse(root, "holds files but is no simulated box; name an empty or a new directory");
 }
 
