@@ -1,0 +1,106 @@
+// What loading the library and using its drivers costs, on a simulated box in a temporary
+// directory.
+#include "periph/dtc_periph_fpga.h"
+#include "periph/dtc_periph_i2c_linux.h"
+#include "periph/dtc_periph_led.h"
+
+#include <benchmark/benchmark.h>
+#include <cstdlib>
+#include <ctime>
+#include <dlfcn.h>
+#include <filesystem>
+#include <string>
+#include <unistd.h>
+#include <vector>
+
+using namespace KORVA::DTC::PERIPH;
+
+namespace {
+
+/// Before the drivers map the box's memory, which they do while static objects are made.
+class TemporaryBox
+{
+public:
+    TemporaryBox()
+    {
+        if (mkdtemp(m_directory) == nullptr)
+            std::abort();
+        setenv("DTC_BOX_ROOT", (std::string(m_directory) + "/box").c_str(), 1);
+    }
+    ~TemporaryBox()
+    {
+        std::error_code ignored;
+        std::filesystem::remove_all(m_directory, ignored);
+    }
+    TemporaryBox(TemporaryBox const&) = delete;
+    TemporaryBox& operator=(TemporaryBox const&) = delete;
+
+private:
+    char m_directory[32] = "/tmp/bench_drivers.XXXXXX";
+};
+
+__attribute__((init_priority(101))) TemporaryBox const temporaryBox;
+
+/// The library file, though the drivers below are linked in: nothing of it is in the process yet.
+void loadAndUnload(benchmark::State& state)
+{
+    for (auto _ : state) {
+        void* const library = dlopen(SKYLARK_LIBRARY, RTLD_NOW | RTLD_LOCAL);
+        if (library == nullptr || dlclose(library) != 0)
+            state.SkipWithError(dlerror());
+    }
+    if (dlopen(SKYLARK_LIBRARY, RTLD_NOW | RTLD_NOLOAD) != nullptr)
+        state.SkipWithError("still loaded");
+}
+
+void readFpgaRegister(benchmark::State& state)
+{
+    FPGA& fpga = getFPGA();
+    for (auto _ : state)
+        benchmark::DoNotOptimize(fpga.read(0x06000000));
+}
+
+void toggleLed(benchmark::State& state)
+{
+    getI2CLed0().init();
+    for (auto _ : state)
+        getI2CLed0().toggle();
+}
+
+double secondsOn(clockid_t clock)
+{
+    timespec time{};
+    clock_gettime(clock, &time);
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+}
+
+void writeEeprom(benchmark::State& state)
+{
+    constexpr double writeCycles = EEPROM_NUM_PAGES * 0.005; // what the part itself needs, seconds
+    std::vector<unsigned char> data(EEPROM_SIZE);
+    std::vector<unsigned char> stored(EEPROM_SIZE);
+    getEEPROM().init();
+    double const start = secondsOn(CLOCK_MONOTONIC);
+    double const processorStart = secondsOn(CLOCK_PROCESS_CPUTIME_ID);
+    for (auto _ : state) {
+        data.assign(EEPROM_SIZE, static_cast<unsigned char>(data[0] + 1));
+        getEEPROM().write(0, data.data(), EEPROM_SIZE, true);
+    }
+    double const elapsed = secondsOn(CLOCK_MONOTONIC) - start;
+    double const processor = secondsOn(CLOCK_PROCESS_CPUTIME_ID) - processorStart;
+    getEEPROM().read(0, stored.data(), EEPROM_SIZE);
+    if (stored != data)
+        state.SkipWithError("not what was written");
+    state.counters["of the part's time"] =
+        elapsed / (writeCycles * static_cast<double>(state.iterations()));
+    state.counters["of a core"] = processor / elapsed;
+}
+
+BENCHMARK(loadAndUnload)->Unit(benchmark::kMicrosecond)->UseRealTime();
+BENCHMARK(readFpgaRegister);
+BENCHMARK(toggleLed)->Unit(benchmark::kMicrosecond)->UseRealTime();
+BENCHMARK(writeEeprom)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(3);
+
+} // namespace
+
+BENCHMARK_MAIN();
