@@ -5,7 +5,6 @@
 #include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
-#include <unistd.h>
 
 using testing::AllOf;
 using testing::HasSubstr;
@@ -23,7 +22,8 @@ std::string dtcctl(std::vector<std::string> arguments, int status = 0)
 
 std::string writtenFile(std::string const& content)
 {
-    std::string const name = testing::TempDir() + "dtcctl_box_test_" + std::to_string(getpid());
+    std::string const name =
+        std::string(std::getenv("DTC_BOX_ROOT")) + ".input"; // goes with the box
     std::ofstream(name) << content;
     return name;
 }
