@@ -18,6 +18,11 @@ int run(int argc, char** argv)
     dtcctl::addServe(app, status);
     dtcctl::addSend(app, status);
     dtcctl::addPing(app, status);
+    dtcctl::addLed(app, status);
+    dtcctl::addFpga(app, status);
+    dtcctl::addEeprom(app, status);
+    dtcctl::addReset(app, status);
+    dtcctl::addBox(app, status);
     try {
         app.parse(argc, argv);
     } catch (CLI::ParseError const& error) {

@@ -31,5 +31,12 @@ public:
 void addServe(CLI::App& app, int& status);
 void addSend(CLI::App& app, int& status);
 void addPing(CLI::App& app, int& status);
+void addLed(CLI::App& app, int& status);
+void addFpga(CLI::App& app, int& status);
+void addEeprom(CLI::App& app, int& status);
+void addReset(CLI::App& app, int& status);
+
+/// Adds nothing in a build for the real box, where there is no simulated one to show.
+void addBox(CLI::App& app, int& status);
 
 } // namespace dtcctl

@@ -1,13 +1,10 @@
 #include "tools/dtcctl.h"
 #include "tools/dtcctl_address.h"
 #include "tools/dtcctl_connection.h"
+#include "tools/dtcctl_input.h"
 
-#include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <fstream>
-#include <iostream>
-#include <iterator>
 #include <limits>
 #include <memory>
 #include <unistd.h>
@@ -27,27 +24,11 @@ struct SendOptions
     std::string file;
 };
 
-std::string readAll(std::istream& stream, std::string const& name)
-{
-    std::string content((std::istreambuf_iterator<char>(stream)), std::istreambuf_iterator<char>());
-    if (stream.bad())
-        throw Failure("cannot read " + name);
-    return content;
-}
-
-std::string readFile(std::string const& name)
-{
-    std::ifstream stream(name, std::ios::binary);
-    if (!stream)
-        throw Failure("cannot open " + name + ": " + std::strerror(errno));
-    return readAll(stream, name);
-}
-
 std::string messageOf(SendOptions const& options)
 {
-    std::string message = !options.file.empty() ? readFile(options.file)
-                          : options.text == "-" ? readAll(std::cin, "standard input")
-                                                : options.text;
+    bool const isGiven = options.file.empty() && options.text != "-";
+    std::string message =
+        isGiven ? options.text : readInput(options.file.empty() ? "-" : options.file);
     if (message.empty())
         throw UsageError("a message holds at least one byte");
     if (message.size() > std::numeric_limits<unsigned int>::max())

@@ -1,0 +1,195 @@
+#include "tools/dtcctl_box_state.h"
+
+#include "platform/simulated/box_files.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+
+namespace dtcctl {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::size_t shownLines = 5;
+constexpr std::size_t shownCharacters = 100;
+
+std::string content(std::string const& path)
+{
+    std::ifstream stream(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+}
+
+std::string bytesAt(std::string const& path, std::streamoff offset, std::size_t count)
+{
+    std::string bytes(count, '\0');
+    std::ifstream stream(path, std::ios::binary);
+    stream.seekg(offset);
+    stream.read(bytes.data(), static_cast<std::streamsize>(count));
+    return bytes;
+}
+
+/// A line that a person can read: no control characters, and not wider than a terminal.
+std::string shown(std::string line)
+{
+    if (line.size() > shownCharacters)
+        line.replace(shownCharacters, std::string::npos, "...");
+    std::replace_if(
+        line.begin(), line.end(), [](char c) { return c < ' ' || c > '~'; }, '.');
+    return line;
+}
+
+std::string word(std::string const& path)
+{
+    std::istringstream stream(content(path));
+    std::string text;
+    stream >> text;
+    return text.empty() ? "unknown" : text;
+}
+
+/// An expander's state file: what drives its pins from outside, output, polarity, configuration.
+struct Expander
+{
+    explicit Expander(std::string const& path) : bytes(bytesAt(path, 0, 4)) {}
+
+    unsigned int at(std::size_t index) const { return static_cast<unsigned char>(bytes[index]); }
+    bool isInput(unsigned int pin) const { return (at(3) >> pin & 1) != 0; }
+    bool drivesHigh(unsigned int pin) const { return (at(1) >> pin & 1) != 0; }
+    unsigned int levels() const { return ((at(0) & at(3)) | (at(1) & ~at(3))) ^ at(2); }
+
+    std::string bytes;
+};
+
+std::string ledIn(Expander const& expander, unsigned int pin)
+{
+    if (expander.isInput(pin))
+        return "released";
+    return expander.drivesHigh(pin) ? "off" : "on";
+}
+
+std::string resetIn(Expander const& expander, unsigned int pin)
+{
+    if (expander.isInput(pin))
+        return "released";
+    return expander.drivesHigh(pin) ? "driven high" : "held low";
+}
+
+unsigned int littleEndian(std::string const& bytes)
+{
+    unsigned int value = 0;
+    for (std::size_t i = bytes.size(); i > 0; --i)
+        value = value << 8 | static_cast<unsigned char>(bytes[i - 1]);
+    return value;
+}
+
+void fillPins(BoxState& state)
+{
+    constexpr unsigned int fpgaResetPin = 6;
+    constexpr unsigned int boxResetPin = 7;
+    Expander const leds(state.directory + "/dev/i2c/bit_io");
+    for (unsigned int pin = 0; pin < state.leds.size(); ++pin)
+        state.leds[pin] = ledIn(leds, pin);
+    Expander const resets(state.directory + "/dev/i2c/version");
+    state.fpgaReset = resetIn(resets, fpgaResetPin);
+    state.boxReset = resetIn(resets, boxResetPin);
+    state.boardRevision = resets.levels() & 0xF;
+}
+
+void fillRegisters(BoxState& state)
+{
+    constexpr std::streamoff revisionAddress = 0x06000000;
+    constexpr std::streamoff pinMultiplexerAddress = 0x01C40000;
+    std::string const memory = state.directory + "/dev/mem";
+    state.fpgaRevision = littleEndian(bytesAt(memory, revisionAddress, 2));
+    for (std::size_t i = 0; i < state.pinMultiplexer.size(); ++i)
+        state.pinMultiplexer[i] = littleEndian(
+            bytesAt(memory, pinMultiplexerAddress + static_cast<std::streamoff>(4 * i), 4));
+}
+
+void fillEeprom(BoxState& state)
+{
+    std::string const bytes = content(state.directory + "/dev/i2c/eeprom");
+    state.isEepromErased = bytes.find_first_not_of('\xFF') == std::string::npos;
+    constexpr char endsOfText[] = {'\0', '\xFF'};
+    std::istringstream text(bytes.substr(0, bytes.find_first_of(endsOfText, 0, sizeof endsOfText)));
+    for (std::string line; state.eepromText.size() < shownLines && std::getline(text, line);)
+        state.eepromText.push_back(shown(line));
+}
+
+/// Commands may be changing the tree meanwhile: what is gone when its turn comes is left out.
+std::vector<BoxFile> filesBelow(fs::path const& directory)
+{
+    std::vector<BoxFile> files;
+    std::error_code error;
+    for (fs::recursive_directory_iterator entry(directory, error), end; !error && entry != end;
+         entry.increment(error)) {
+        std::error_code gone;
+        std::uintmax_t const size = entry->is_regular_file(gone) ? entry->file_size(gone) : 0;
+        if (!gone && entry->is_regular_file(gone))
+            files.push_back({entry->path().lexically_relative(directory).string(), size});
+    }
+    std::sort(files.begin(), files.end(),
+              [](BoxFile const& a, BoxFile const& b) { return a.name < b.name; });
+    return files;
+}
+
+BoxPartition partitionOf(fs::directory_entry const& entry)
+{
+    std::error_code gone;
+    BoxPartition partition{entry.path().filename().string(), entry.is_directory(gone), 0, {}};
+    if (!partition.isDirectory) {
+        std::uintmax_t const size = entry.file_size(gone);
+        partition.sizeBytes = gone ? 0 : size;
+        return partition;
+    }
+    partition.files = filesBelow(entry.path());
+    for (BoxFile const& file : partition.files)
+        partition.sizeBytes += file.sizeBytes;
+    return partition;
+}
+
+void fillFlash(BoxState& state)
+{
+    std::error_code error;
+    for (fs::directory_iterator entry(state.directory + "/flash", error), end;
+         !error && entry != end; entry.increment(error))
+        state.flash.push_back(partitionOf(*entry));
+    std::sort(state.flash.begin(), state.flash.end(),
+              [](BoxPartition const& a, BoxPartition const& b) { return a.name < b.name; });
+}
+
+std::vector<std::string> lastLines(std::string const& path)
+{
+    std::istringstream text(content(path));
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(text, line);) {
+        if (lines.size() == shownLines)
+            lines.erase(lines.begin());
+        lines.push_back(shown(std::move(line)));
+    }
+    return lines;
+}
+
+} // namespace
+
+BoxState lookAtBox()
+{
+    BoxState state{};
+    state.directory = KORVA::DTC::PLATFORM::boxRoot();
+    KORVA::DTC::PLATFORM::BoxLock const lock(state.directory);
+    fillPins(state);
+    fillRegisters(state);
+    fillEeprom(state);
+    fillFlash(state);
+    state.rootFileSystem = word(state.directory + "/run/rootfs");
+    state.network = word(state.directory + "/run/network");
+    if (state.network == "up")
+        state.address = word(state.directory + "/run/address");
+    state.transfers = lastLines(state.directory + "/log/transfers.log");
+    state.commands = lastLines(state.directory + "/log/commands.log");
+    return state;
+}
+
+} // namespace dtcctl
