@@ -108,8 +108,8 @@ DTC_IO_STATUS DTC_IO_Create(const char* service, unsigned int param, void** conn
  * and so is what follows the number: "3232235876", "0xC0A80164" and "skylark0:0xC0A80164" all mean
  * 192.168.1.100, but "192.168.1.100" means 192, that is 0.0.0.192. An address without a 32-bit
  * number is refused. Blocks as long as the system tries to connect. Returns DTC_IO_SUCCESS and the
- * handle, or DTC_IO_NO_CONNECTION and null. That the server turns the client away shows only in a
- * later send or receive, as DTC_IO_DISCONNECTED.
+ * handle, or DTC_IO_NO_CONNECTION and null. That the server turns the client away shows at
+ * once, as a failure to connect, or in a later send or receive, as DTC_IO_DISCONNECTED.
  */
 DTC_IO_STATUS DTC_IO_Open(const char* address, const char* service, void** connection);
 

@@ -92,8 +92,6 @@ std::string wantedRoot()
         root.pop_back();
     if (root == "/")
         refuse(root, "the machine's own root cannot be a box");
-    if (root.find_first_of(":\n") != std::string::npos)
-        refuse(root, "a colon or a line feed in its name");
     return root;
 }
 
@@ -206,6 +204,8 @@ std::string timeStamp()
 std::string boxRoot()
 {
     std::string const root = wantedRoot();
+    if (root.find_first_of(":\n") != std::string::npos) // it stands in the box's PATH and in logs
+        refuse(root, "a colon or a line feed in its name");
     if (isBox(root))
         return root;
     try {

@@ -193,10 +193,10 @@ void* mapPage(int descriptor, unsigned int physicalAddress)
         return MAP_FAILED;
     }
     struct stat memory = {};
-    bool const isThere =
-        fstat(descriptor, &memory) == 0 &&
-        memory.st_size >= static_cast<off_t>(physicalAddress) + static_cast<off_t>(PageSize);
-    if (!isThere) { // mmap would allow it, and the first access would kill the process
+    if (fstat(descriptor, &memory) != 0)
+        return MAP_FAILED;
+    off_t const end = static_cast<off_t>(physicalAddress) + static_cast<off_t>(PageSize);
+    if (memory.st_size < end) { // mmap would allow it, and the first access would kill the process
         errno = EINVAL;
         return MAP_FAILED;
     }

@@ -27,6 +27,16 @@ bool beginsWord(std::string const& text, std::size_t position, Quoting quoting)
     return std::strchr(" \t\n;&|()<>=`", before) != nullptr;
 }
 
+/// Whether a path's component ends at the character; inside quotes blanks and the like are parts of
+/// names.
+bool endsComponent(char character, Quoting quoting)
+{
+    if (character == '/' || character == '\'' || character == '"')
+        return true;
+    return quoting == Quoting::None &&
+           (character == '=' || std::strchr(wordEnds, character) != nullptr);
+}
+
 /// What stands for the box's directory, spaces and quotes in its name included.
 char const* boxIn(Quoting quoting)
 {
@@ -71,14 +81,18 @@ std::string ledUnderBox(std::string const& command)
 
 bool climbs(std::string const& command)
 {
-    auto const isEdge = [&command](std::size_t position) {
-        return position >= command.size() || command[position] == '/' || command[position] == '=' ||
-               std::strchr(wordEnds, command[position]) != nullptr;
-    };
-    for (std::size_t found = command.find(".."); found != std::string::npos;
-         found = command.find("..", found + 1)) {
-        if ((found == 0 || isEdge(found - 1)) && isEdge(found + 2))
+    Quoting quoting = Quoting::None;
+    for (std::size_t i = 0; i < command.size(); ++i) {
+        bool const isComponent =
+            command.compare(i, 2, "..") == 0 &&
+            (i == 0 || endsComponent(command[i - 1], quoting)) &&
+            (i + 2 == command.size() || endsComponent(command[i + 2], quoting));
+        if (isComponent)
             return true;
+        if (command[i] == '\\' && quoting != Quoting::Single)
+            ++i; // the next character stands for itself
+        else
+            quoting = after(quoting, command[i]);
     }
     return false;
 }

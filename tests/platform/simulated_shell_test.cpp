@@ -179,8 +179,8 @@ TEST_F(SimulatedShellTest, TakesAQuotedFileNameAsOneWord)
         EXPECT_TRUE(std::filesystem::is_empty(tmp)) << name;
         EXPECT_EQ(contentOf(canary), "alive") << name;
     }
-    runInShell("rm /tmp/a;cd ..;rm canary");
-    EXPECT_FALSE(std::filesystem::exists(canary)) << "it would not have survived unquoted";
+    EXPECT_EQ(runInShell("rm /tmp/a;cd ..;rm canary").status, 1) << "refused as a whole";
+    EXPECT_EQ(contentOf(canary), "alive");
 }
 
 TEST(LedUnderBox, LeadsPathsAtTheBeginningOfWords)
@@ -193,7 +193,9 @@ TEST(LedUnderBox, LeadsPathsAtTheBeginningOfWords)
         {"", ""},
         {"/bin/x", R"("$DTC_BOX"/bin/x)"},
         {"mount / -o remount,rw", "mount / -o remount,rw"},
-        {"date '+%Y/%m/%d' a/b 1/2 /1", "date '+%Y/%m/%d' a/b 1/2 /1"},
+        {"date '+%Y/%m/%d' a/b 1/2", "date '+%Y/%m/%d' a/b 1/2"},
+        {"rm //etc/x /./etc /1 /_a",
+         R"(rm "$DTC_BOX"//etc/x "$DTC_BOX"/./etc "$DTC_BOX"/1 "$DTC_BOX"/_a)"},
         {"a>/b;/c|/d&&/e\t/f",
          R"(a>"$DTC_BOX"/b;"$DTC_BOX"/c|"$DTC_BOX"/d&&"$DTC_BOX"/e	"$DTC_BOX"/f)"},
         {"(/a) $(/b) `/c` x=/d", R"(("$DTC_BOX"/a) $("$DTC_BOX"/b) `"$DTC_BOX"/c` x="$DTC_BOX"/d)"},
@@ -207,6 +209,16 @@ TEST(LedUnderBox, LeadsPathsAtTheBeginningOfWords)
     };
     for (auto const& [command, led] : cases)
         EXPECT_EQ(PLATFORM::ledUnderBox(command), led);
+}
+
+TEST(LedUnderBox, KnowsPathsThatClimbOut)
+{
+    for (char const* command : {"..", "cat ../x", "rm /tmp/../../x", "cd ..; ls", "tar -C=..",
+                                "rm '../x'", "rm '/tmp/..'", "cat \"../x\"", "x>../y"})
+        EXPECT_TRUE(PLATFORM::climbs(command)) << command;
+    for (char const* command : {"", "rm a..b", "rm ...", "rm '/tmp/a;cd ..;rm x'",
+                                "rm '/tmp/$(cd .. )'", "echo \"wait .. \"", "ls /tmp/..x/x.."})
+        EXPECT_FALSE(PLATFORM::climbs(command)) << command;
 }
 
 } // namespace
