@@ -25,8 +25,8 @@ namespace fs = std::filesystem;
 /// Its presence says that the directory is a box, and a complete one.
 constexpr char const* markerName = "this-is-a-simulated-box";
 
-constexpr off_t memoryBytes = 0x08010000; // up to the end of the FPGA's second range
-constexpr std::size_t eepromBytes = 32 * 1024;
+constexpr off_t memoryBytes = 0x08010000;   // up to the end of the FPGA's second range
+constexpr std::size_t eepromBytes = 0x8000; // 32 KiB
 
 [[noreturn]] void refuse(std::string const& directory, std::string const& reason)
 {
@@ -71,8 +71,8 @@ std::string absoluteOnce(std::string const& named)
         refuse(named, std::strerror(ENAMETOOLONG));
     std::lock_guard<std::mutex> const guard(mutex);
     if (named != lastNamed) {
-        std::strcpy(lastNamed, named.c_str());
-        std::strcpy(lastAbsolute, absolute.c_str());
+        lastNamed[named.copy(lastNamed, PATH_MAX - 1)] = '\0';
+        lastAbsolute[absolute.copy(lastAbsolute, PATH_MAX - 1)] = '\0';
     }
     return lastAbsolute;
 }
@@ -203,7 +203,7 @@ std::string timeStamp()
 
 std::string boxRoot()
 {
-    std::string const root = wantedRoot();
+    std::string root = wantedRoot();
     if (root.find_first_of(":\n") != std::string::npos) // it stands in the box's PATH and in logs
         refuse(root, "a colon or a line feed in its name");
     if (isBox(root))

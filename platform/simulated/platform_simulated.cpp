@@ -40,13 +40,25 @@ OpenNode* nodeOf(int descriptor)
     return found != nodes.end() ? found : nullptr;
 }
 
-/// The box's directory, or the reason why there is none, on standard error.
+/// Says on standard error why there is no box; the same reason only once in a process.
+void complain(std::string const& reason)
+{
+    static std::mutex mutex;
+    static char last[512];
+    std::lock_guard<std::mutex> const guard(mutex);
+    if (reason.compare(0, sizeof last - 1, last) == 0)
+        return;
+    std::snprintf(last, sizeof last, "%s", reason.c_str());
+    std::fprintf(stderr, "%s\n", reason.c_str());
+}
+
+/// The box's directory, or "" and a complaint.
 std::string rootOrComplain()
 {
     try {
         return boxRoot();
     } catch (std::exception const& error) {
-        std::fprintf(stderr, "%s\n", error.what());
+        complain(error.what());
         return "";
     }
 }

@@ -133,7 +133,7 @@ void linkTool(std::string const& root, std::string const& name, std::string cons
     for (char const* directory : {"/bin/", "/usr/bin/"}) {
         std::string const target = directory + tool;
         if (access(target.c_str(), X_OK) == 0) {
-            std::filesystem::create_symlink(target, root + "/" + name);
+            std::filesystem::create_symlink(target, std::string(root).append("/").append(name));
             return;
         }
     }
@@ -154,8 +154,8 @@ void writeStandIns(std::string const& root)
     writeFile(root + "/run/clock-offset", "0\n");
     writeFile(root + "/etc/inetd.conf",
               "#telnet stream tcp nowait root /usr/sbin/telnetd telnetd\n");
-    for (char partition = '2'; partition <= '5'; ++partition)
-        writeFile(root + "/flash/mtd" + partition, "");
+    for (char const* partition : {"2", "3", "4", "5"})
+        writeFile(std::string(root).append("/flash/mtd").append(partition), "");
 }
 
 } // namespace KORVA::DTC::PLATFORM
