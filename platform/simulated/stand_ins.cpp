@@ -2,7 +2,6 @@
 
 #include "platform/simulated/box_files.h"
 
-#include <filesystem>
 #include <unistd.h>
 
 namespace KORVA::DTC::PLATFORM {
@@ -128,12 +127,16 @@ cp "$DTC_BOX/etc/inetd.conf" "$DTC_BOX/run/inetd.conf"
 constexpr char const* deskTools[] = {"cat", "cp", "grep",  "gzip", "ln",    "ls",  "mkdir",
                                      "mv",  "rm", "rmdir", "sed",  "sleep", "tar", "tr"};
 
-void linkTool(std::string const& root, std::string const& name, std::string const& tool)
+/// Makes a command of the box that runs a tool of the desk. Not a link: what a box's command writes
+/// to its own
+/// "/bin" must not land in the desk's files.
+void lendTool(std::string const& root, std::string const& path, std::string const& tool)
 {
     for (char const* directory : {"/bin/", "/usr/bin/"}) {
         std::string const target = directory + tool;
         if (access(target.c_str(), X_OK) == 0) {
-            std::filesystem::create_symlink(target, std::string(root).append("/").append(name));
+            writeFile(std::string(root).append("/").append(path),
+                      std::string("#!/bin/sh\nexec ").append(target).append(" \"$@\"\n"), 0755);
             return;
         }
     }
@@ -147,8 +150,8 @@ void writeStandIns(std::string const& root)
         writeFile(root + "/" + script.path, std::string("#!/bin/sh\n") + shared + script.body,
                   0755);
     for (char const* tool : deskTools)
-        linkTool(root, std::string("bin/") + tool, tool);
-    linkTool(root, "tools/date", "date"); // not where commands are looked for
+        lendTool(root, std::string("bin/") + tool, tool);
+    lendTool(root, "tools/date", "date"); // not where commands are looked for
     writeFile(root + "/run/rootfs", "ro\n");
     writeFile(root + "/run/network", "down\n");
     writeFile(root + "/run/clock-offset", "0\n");

@@ -183,6 +183,16 @@ TEST_F(SimulatedShellTest, TakesAQuotedFileNameAsOneWord)
     EXPECT_EQ(contentOf(canary), "alive");
 }
 
+// The box's own commands may be overwritten; the desk's tools behind them may not.
+TEST_F(SimulatedShellTest, OverwritesItsOwnCommandsOnly)
+{
+    for (auto const& entry : std::filesystem::recursive_directory_iterator(PLATFORM::path("/"))) {
+        EXPECT_TRUE(!entry.is_symlink() || entry.path().filename() == "null")
+            << entry.path() << " leads out of the box";
+    }
+    EXPECT_EQ(runInShell("echo changed > /bin/sleep; cat /bin/sleep").output, "changed\n");
+}
+
 TEST(LedUnderBox, LeadsPathsAtTheBeginningOfWords)
 {
     struct
