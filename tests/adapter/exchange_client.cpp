@@ -1,14 +1,16 @@
 // A client program for the tests: exchanges messages of mixed sizes with an echoing "dtc_io" server
 // on this machine, through skylark_io.so, and checks every byte. Arguments: the number of messages,
-// and a seed that makes this client's content its own. Exit status 0 when all was right, else a
-// line says what was wrong.
+// and a seed that makes this client's content its own, and a FIFO at which it waits before it
+// leaves. Exit status 0 when all was right, else a line says what was wrong.
 #include "adapter/dtc_io.h"
 
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fcntl.h>
 #include <random>
+#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -18,7 +20,7 @@ constexpr unsigned int largestBytes = 1U << 20;
 class Exchange
 {
 public:
-    explicit Exchange(unsigned int seed) : m_random(seed)
+    Exchange(unsigned int seed, char const* gate) : m_random(seed), m_gate(gate)
     {
         for (unsigned char& byte : m_pattern)
             byte = static_cast<unsigned char>(m_random());
@@ -32,6 +34,7 @@ public:
             if (!exchangeOne(i == 0 ? largestBytes : size(), static_cast<unsigned int>(m_random())))
                 return false;
         }
+        close(open(m_gate, O_RDONLY)); // stays connected until somebody opens the other end
         DTC_IO_Close(m_box);
         return true;
     }
@@ -74,6 +77,7 @@ private:
     }
 
     std::minstd_rand m_random;
+    char const* m_gate;
     void* m_box = nullptr;
     std::vector<unsigned char> m_pattern = std::vector<unsigned char>(2 * largestBytes);
     std::vector<unsigned int> m_words = std::vector<unsigned int>(largestBytes / 4);
@@ -83,10 +87,12 @@ private:
 
 int main(int argc, char** argv)
 {
-    if (argc != 3)
+    if (argc != 4)
         return 2;
     unsigned long const messages = std::strtoul(argv[1], nullptr, 10);
     unsigned long const seed = std::strtoul(argv[2], nullptr, 10);
-    return Exchange(static_cast<unsigned int>(seed)).run(static_cast<unsigned int>(messages)) ? 0
-                                                                                              : 1;
+    return Exchange(static_cast<unsigned int>(seed), argv[3])
+                   .run(static_cast<unsigned int>(messages))
+               ? 0
+               : 1;
 }

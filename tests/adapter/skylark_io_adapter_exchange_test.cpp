@@ -6,10 +6,15 @@
 
 #include <atomic>
 #include <csignal>
+#include <cstdlib>
+#include <fcntl.h>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <memory>
+#include <string>
+#include <sys/stat.h>
 #include <thread>
+#include <unistd.h>
 #include <vector>
 
 using namespace KORVA;
@@ -75,16 +80,20 @@ TEST(ExchangeTest, EightProcessesExchangeThousandsOfMessagesWhileTheNinthIsTurne
 {
     constexpr unsigned int messages = 10'000 / effort;
     Echo echo(55755);
+    std::string const gate = std::string(std::getenv("DTC_BOX_ROOT")) + ".gate";
+    ASSERT_EQ(mkfifo(gate.c_str(), 0600), 0);
     std::vector<std::unique_ptr<Child>> clients;
     for (int i = 1; i <= 8; ++i)
         clients.push_back(std::make_unique<Child>(std::vector<std::string>{
-            EXCHANGE_CLIENT, std::to_string(messages), std::to_string(i)}));
+            EXCHANGE_CLIENT, std::to_string(messages), std::to_string(i), gate}));
     while (echo.clients() < 8)
         std::this_thread::yield();
     EXPECT_TRUE(RawPeer(55755).seesEnd());
+    int const opened = open(gate.c_str(), O_RDWR | O_CLOEXEC); // now they may leave
     for (auto& client : clients)
         EXPECT_EQ(client->wait(), 0) << client->output();
     EXPECT_EQ(echo.messages(), 8UL * messages);
+    close(opened);
 }
 
 std::size_t residentKiB()
