@@ -4,14 +4,7 @@
 
 namespace KORVA {
 
-char const* buildVersion()
-{
-    return SKYLARK_BUILD_VERSION;
-}
-
-char const* buildTime()
-{
-    return __DATE__ " " __TIME__;
-}
+char const buildVersion[] = SKYLARK_BUILD_VERSION;
+char const buildTime[] = __DATE__ " " __TIME__;
 
 } // namespace KORVA

@@ -1,0 +1,51 @@
+#include "conf/dtc_conf_image.h"
+#include "conf/dtc_conf_status.h"
+
+#include <array>
+#include <cstdint>
+#include <fstream>
+
+namespace KORVA::DTC::CONF {
+namespace {
+
+constexpr char const* fileName = "dtc_conf";
+
+constexpr std::array<std::uint32_t, 256> makeTable()
+{
+    constexpr std::uint32_t polynomial = 0xEDB88320;
+    std::array<std::uint32_t, 256> table{};
+    for (std::uint32_t i = 0; i < table.size(); ++i) {
+        std::uint32_t entry = i;
+        for (int bit = 0; bit < 8; ++bit)
+            entry = (entry & 1) != 0 ? entry >> 1 ^ polynomial : entry >> 1;
+        table[i] = entry;
+    }
+    return table;
+}
+
+constexpr std::array<std::uint32_t, 256> g_crc32Table = makeTable();
+static_assert(g_crc32Table[1] == 0x77073096);
+
+} // namespace
+
+unsigned int checksum(char const* path)
+{
+    std::ifstream file(path, std::ios::binary);
+    if (!file) {
+        std::string const detail =
+            std::string("failed to open ") + path + " for computing checksum";
+        throw Exception(fileName, __LINE__, InvalidFile, detail.c_str());
+    }
+    std::uint32_t crc = 0xFFFFFFFF;
+    std::array<char, 4096> block;
+    do {
+        file.read(block.data(), block.size());
+        for (std::streamsize i = 0; i < file.gcount(); ++i) {
+            auto const byte = static_cast<unsigned char>(block[static_cast<std::size_t>(i)]);
+            crc = g_crc32Table[(crc ^ byte) & 0xFF] ^ crc >> 8;
+        }
+    } while (file.gcount() > 0);
+    return crc;
+}
+
+} // namespace KORVA::DTC::CONF

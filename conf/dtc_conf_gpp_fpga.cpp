@@ -1,0 +1,66 @@
+#include "conf/dtc_conf_gpp_fpga.h"
+
+#include "conf/dtc_conf_schema.h"
+#include "periph/dtc_periph_fpga.h"
+#include "periph/dtc_periph_led.h"
+#include "periph/dtc_periph_lock.h"
+#include "periph/dtc_periph_resets.h"
+#include "util/uthread.h"
+
+#include <cstdio>
+#include <exception>
+
+namespace {
+
+namespace CONF = KORVA::DTC::CONF;
+namespace PERIPH = KORVA::DTC::PERIPH;
+
+std::string fpgaRevision()
+{
+    unsigned int const revision = PERIPH::getFPGA().read(0);
+    return std::to_string(revision >> 8) + "." + std::to_string(revision & 0xFF);
+}
+
+void readBoardRevision(std::string& value)
+{
+    try {
+        PERIPH::I2C_RESETS& board = PERIPH::getI2CBoardRev();
+        board.init();
+        value = std::to_string(board.readBoardRev() & 0x0F);
+    } catch (std::exception const& error) {
+        std::printf("Board Rev Read failed: %s\n", error.what());
+    } catch (...) {
+        std::printf("Board Rev Read failed:\n");
+    }
+}
+
+} // namespace
+
+void readVarsFromFpga(std::vector<std::pair<std::string, std::string>>& vars)
+{
+    for (auto& [name, value] : vars) {
+        if (name == CONF::NAME::fpgaRev)
+            value = fpgaRevision();
+        else if (name == CONF::NAME::boardRev)
+            readBoardRevision(value);
+    }
+}
+
+void writeVarsToFpga(std::vector<std::pair<std::string, std::string>> const& /*vars*/) {}
+
+void flashLED(PERIPH::I2C_LED& led, unsigned int count)
+{
+    constexpr unsigned int timeoutMs = 1000;
+    constexpr unsigned int intervalMs = 10;
+    constexpr unsigned int pauseMs = 100;
+    PERIPH::I2C_LOCK lock;
+    PERIPH::LockHold const hold(lock, timeoutMs, intervalMs);
+    try {
+        for (unsigned int i = 0; i < 2 * count; ++i) {
+            if (i > 0)
+                KORVA::uThread::Sleep(pauseMs);
+            led.toggle();
+        }
+    } catch (...) { // an acknowledgement that cannot be given is no failure
+    }
+}

@@ -1,0 +1,33 @@
+/// The text image in which the stored variables lie in the EEPROM: a line "name=value" for each,
+/// and a zero byte. See docs/variables.md.
+#pragma once
+
+#include "util/export.h"
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace KORVA::DTC::CONF {
+
+/// Renders the pairs from position index on into the size bytes at buf, which are all overwritten;
+/// a pair without a name or a value is skipped, and filterChars cleans the whole. index becomes 0
+/// when every pair is in, else the position of the first that did not fit. Throws NullParameter for
+/// a null buf, and OperationFailed when the list's very first pair does not fit.
+KORVA_API void varsToBuf(std::vector<std::pair<std::string, std::string>> const& vars, char* buf,
+                         unsigned int size, unsigned int& index);
+
+/// Appends the pairs found in the zero-terminated text, up to the first line without "=". size is
+/// not used. Throws NullParameter for a null buf.
+KORVA_API void bufToVars(std::vector<std::pair<std::string, std::string>>& vars, char const* buf,
+                         unsigned int size);
+
+/// The CRC-32 (polynomial 0xEDB88320, reflected) of a file's bytes before the usual final
+/// inversion: the complement of the common value. Throws InvalidFile when the file cannot be
+/// opened.
+KORVA_API unsigned int checksum(char const* path);
+
+} // namespace KORVA::DTC::CONF
+
+/// Removes every pair that the EEPROM does not keep.
+KORVA_API void removeNonEepromVars(std::vector<std::pair<std::string, std::string>>& vars);

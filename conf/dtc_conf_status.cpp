@@ -1,0 +1,112 @@
+#include "conf/dtc_conf_status.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+
+namespace KORVA::DTC::CONF {
+namespace {
+
+// By status; what lies outside reads as the first.
+constexpr char const* texts[] = {
+    "operation failed",
+    "operation failed",
+    "version error",
+    "memory allocation failed",
+    "null parameter",
+    "invalid variable name",
+    "invalid variable value",
+    "invalid connection information",
+    "timeout",
+    "invalid file",
+    "not implemented",
+    "unable to load configuration adapter",
+    "unable to access storage directory",
+    "invalid sequence of calls",
+    "remote procedure call failed",
+    "peripheral access failed",
+    "system call failed",
+    "configuration data corrupted",
+};
+
+char const* textOf(Status status)
+{
+    auto const index = static_cast<std::size_t>(status);
+    return index < std::size(texts) ? texts[index] : texts[0];
+}
+
+struct LogState
+{
+    std::string error = "none";
+    bool enabled = false;
+    std::ofstream discarded; // never opened
+};
+
+LogState& state()
+{
+    static LogState logState;
+    return logState;
+}
+
+[[maybe_unused]] LogState const& madeAtLoad = state();
+
+} // namespace
+
+Exception::Exception(char const* /*file*/, unsigned int /*line*/, Status status, char const* detail)
+    : m_status(status), m_message(textOf(status))
+{
+    if (detail != nullptr)
+        m_message.append(" : ").append(detail);
+}
+
+Exception::~Exception() = default;
+
+char const* Exception::what() const noexcept
+{
+    return m_message.c_str();
+}
+
+Status Exception::status() const noexcept
+{
+    return m_status;
+}
+
+void setError(char const* text)
+{
+    if (text != nullptr)
+        state().error = text;
+}
+
+std::string const& errorText()
+{
+    return state().error;
+}
+
+void logEnable()
+{
+    state().enabled = true;
+}
+
+void logDisable()
+{
+    state().enabled = false;
+}
+
+bool isLogEnabled()
+{
+    if (state().enabled)
+        return true;
+    char const* const wanted = std::getenv("DTC_CONF_LOGGING");
+    return wanted != nullptr && std::strcmp(wanted, "true") == 0;
+}
+
+std::ostream& diagnostics()
+{
+    if (isLogEnabled())
+        return std::cout;
+    return state().discarded;
+}
+
+} // namespace KORVA::DTC::CONF

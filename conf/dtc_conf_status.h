@@ -1,0 +1,69 @@
+/// Status codes, exceptions and logging of the configuration code.
+///
+/// The error text and the log switch are process-wide and not locked: callers that share a process
+/// across threads serialise their configuration calls.
+#pragma once
+
+#include "util/export.h"
+
+#include <exception>
+#include <iosfwd>
+#include <string>
+
+namespace KORVA::DTC::CONF {
+
+enum Status {
+    OperationFailed = 1, ///< every failure without a more precise code
+    VersionError = 2,
+    MemoryAllocationFailed = 3,
+    NullParameter = 4,
+    InvalidVariableName = 5,
+    InvalidVariableValue = 6,
+    InvalidConnectionInformation = 7,
+    Timeout = 8,
+    InvalidFile = 9,
+    NotImplemented = 10,
+    ConfigurationAdapterLoadFailed = 11,
+    StorageDirectoryInaccessible = 12,
+    InvalidSequenceOfCalls = 13,
+    RemoteProcedureCallFailed = 14,
+    PeripheralAccessFailed = 15,
+    SystemCallFailed = 16,
+    ConfigurationDataCorrupted = 17
+};
+
+/// What all configuration code throws.
+class KORVA_API Exception : public std::exception
+{
+public:
+    /// file and line name the place of the throw and appear nowhere. The message is the text of the
+    /// status and, unless detail is null, " : " and detail, which is copied.
+    Exception(char const* file, unsigned int line, Status status, char const* detail);
+    Exception(Exception const&) = default;
+    Exception& operator=(Exception const&) = default;
+    ~Exception() override;
+
+    /// Valid as long as the exception lives.
+    char const* what() const noexcept override;
+    virtual Status status() const noexcept;
+
+private:
+    Status m_status;
+    std::string m_message;
+};
+
+/// Replaces the text that the variable _error shows, initially "none"; null leaves it as it is.
+KORVA_API void setError(char const* text);
+std::string const& errorText();
+
+/// Diagnostic lines of configuration code go to standard output while logging is enabled, by
+/// logEnable or by the environment variable DTC_CONF_LOGGING with the value "true", which
+/// logDisable cannot switch off.
+KORVA_API void logEnable();
+KORVA_API void logDisable();
+KORVA_API bool isLogEnabled();
+
+/// Where a diagnostic line goes now: standard output, or a stream that discards it.
+std::ostream& diagnostics();
+
+} // namespace KORVA::DTC::CONF
