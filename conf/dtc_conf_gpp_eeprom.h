@@ -2,8 +2,6 @@
 /// and wait up to five seconds for it: its PERIPH::Exception (Timeout) passes unchanged.
 #pragma once
 
-#include "util/export.h"
-
 #include <string>
 #include <utility>
 #include <vector>
@@ -11,9 +9,9 @@
 /// Appends the stored variables found in the image, and removes what the EEPROM does not keep from
 /// the whole list. Throws PeripheralAccessFailed, leaving the list alone, when the device cannot be
 /// read.
-KORVA_API void readVarsFromEeprom(std::vector<std::pair<std::string, std::string>>& vars);
+void readVarsFromEeprom(std::vector<std::pair<std::string, std::string>>& vars);
 
 /// Makes the stored variables of the list the new image. Throws OperationFailed: before anything is
 /// written when they are too large, or when the device fails, which leaves the pages before the
 /// failure new.
-KORVA_API void writeVarsToEeprom(std::vector<std::pair<std::string, std::string>> const& vars);
+void writeVarsToEeprom(std::vector<std::pair<std::string, std::string>> const& vars);

@@ -21,11 +21,11 @@ KORVA_API void popenWithStdout(char const* command, char* buffer, unsigned int s
 /// Sets mac to the 17 characters of the network interface's hardware address and ip to its IPv4
 /// address, or either to "none". Leaves both alone when the box's USB variant has no interface;
 /// otherwise throws SystemCallFailed then.
-KORVA_API void getMacAndIpAddr(std::string& mac, std::string& ip);
+void getMacAndIpAddr(std::string& mac, std::string& ip);
 
 /// Sets the variables named time in the list to the system's clock, "2013/05/14 09:30:00", or
 /// "none" before 1970.
-KORVA_API void readVarsFromSys(std::vector<std::pair<std::string, std::string>>& vars);
+void readVarsFromSys(std::vector<std::pair<std::string, std::string>>& vars);
 
 /// Sets the system's clock to the variables named time in the list, unless they are "none".
-KORVA_API void writeVarsToSys(std::vector<std::pair<std::string, std::string>> const& vars);
+void writeVarsToSys(std::vector<std::pair<std::string, std::string>> const& vars);

@@ -3,6 +3,7 @@
 #include "conf/dtc_conf_gpp_control.h"
 #include "conf/dtc_conf_gpp_eeprom.h"
 #include "conf/dtc_conf_gpp_fpga.h"
+#include "conf/dtc_conf_gpp_standby.h"
 #include "conf/dtc_conf_gpp_system.h"
 #include "conf/dtc_conf_schema.h"
 #include "conf/dtc_conf_status.h"
@@ -21,14 +22,6 @@ namespace KORVA::DTC::CONF {
 namespace {
 
 using VariableList = std::vector<std::pair<std::string, std::string>>;
-
-std::string& standbyMinutes()
-{
-    static std::string g_standbyMinutes = "20";
-    return g_standbyMinutes;
-}
-
-[[maybe_unused]] std::string const& madeAtLoad = standbyMinutes();
 
 /// What every read begins with: the defaults, the EEPROM's over them, the system's and the
 /// hardware's over those.
@@ -112,14 +105,6 @@ void writeBootProgress(std::string const& safeMode)
     withEeprom(OperationFailed, "unable to write bootProgress", [&](PERIPH::EEPROM& eeprom) {
         eeprom.write(recordAddress, page.data(), PERIPH::EEPROM_PAGE_SIZE, false);
     });
-}
-
-void setStandbyMinutes(std::string const& value)
-{
-    constexpr long leastMinutes = 20;
-    long const minutes = std::strtol(value.c_str(), nullptr, 10);
-    if (minutes > leastMinutes)
-        standbyMinutes() = std::to_string(minutes);
 }
 
 void actOn(std::string const& name, std::string const& value)

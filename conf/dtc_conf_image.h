@@ -30,4 +30,4 @@ KORVA_API unsigned int checksum(char const* path);
 } // namespace KORVA::DTC::CONF
 
 /// Removes every pair that the EEPROM does not keep.
-KORVA_API void removeNonEepromVars(std::vector<std::pair<std::string, std::string>>& vars);
+void removeNonEepromVars(std::vector<std::pair<std::string, std::string>>& vars);

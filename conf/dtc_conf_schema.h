@@ -91,4 +91,4 @@ KORVA_API void getSchema(SchemaEntry*& rows);
 } // namespace KORVA::DTC::CONF
 
 /// Appends the 34 variables with their defaults, in the order of the schema.
-KORVA_API void getDefaultVars(std::vector<std::pair<std::string, std::string>>& vars);
+void getDefaultVars(std::vector<std::pair<std::string, std::string>>& vars);

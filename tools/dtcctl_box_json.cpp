@@ -1,30 +1,13 @@
 #include "tools/dtcctl_box_json.h"
 
-#include <cstdio>
+#include "tools/dtcctl_text.h"
 
 namespace dtcctl {
 namespace {
 
-std::string quoted(std::string const& text)
-{
-    std::string result = "\"";
-    for (char const c : text) {
-        if (c == '"' || c == '\\')
-            result += '\\';
-        if (static_cast<unsigned char>(c) >= ' ') {
-            result += c;
-            continue;
-        }
-        char escape[sizeof "\\u0000"];
-        std::snprintf(escape, sizeof escape, "\\u%04x", static_cast<unsigned int>(c));
-        result += escape;
-    }
-    return result + '"';
-}
-
 std::string json(std::string const& text)
 {
-    return quoted(text);
+    return jsonString(text);
 }
 
 std::string json(unsigned int number)
@@ -34,7 +17,8 @@ std::string json(unsigned int number)
 
 std::string json(BoxFile const& file)
 {
-    return "{\"name\":" + quoted(file.name) + ",\"bytes\":" + std::to_string(file.sizeBytes) + "}";
+    return "{\"name\":" + jsonString(file.name) + ",\"bytes\":" + std::to_string(file.sizeBytes) +
+           "}";
 }
 
 std::string json(BoxPartition const& partition);
@@ -50,7 +34,7 @@ std::string list(Items const& items)
 
 std::string json(BoxPartition const& partition)
 {
-    return "{\"name\":" + quoted(partition.name) +
+    return "{\"name\":" + jsonString(partition.name) +
            ",\"bytes\":" + std::to_string(partition.sizeBytes) +
            (partition.isDirectory ? ",\"files\":" + list(partition.files) : "") + "}";
 }
@@ -59,17 +43,17 @@ std::string json(BoxPartition const& partition)
 
 std::string toJson(BoxState const& state)
 {
-    std::string const network = "{\"state\":" + quoted(state.network) + ",\"address\":" +
-                                (state.address.empty() ? "null" : quoted(state.address)) + "}";
-    return "{\"directory\":" + quoted(state.directory) + ",\"leds\":" + list(state.leds) +
-           ",\"resets\":{\"fpga\":" + quoted(state.fpgaReset) +
-           ",\"box\":" + quoted(state.boxReset) +
+    std::string const network = "{\"state\":" + jsonString(state.network) + ",\"address\":" +
+                                (state.address.empty() ? "null" : jsonString(state.address)) + "}";
+    return "{\"directory\":" + jsonString(state.directory) + ",\"leds\":" + list(state.leds) +
+           ",\"resets\":{\"fpga\":" + jsonString(state.fpgaReset) +
+           ",\"box\":" + jsonString(state.boxReset) +
            "},\"board_revision\":" + json(state.boardRevision) +
            ",\"fpga_revision\":" + json(state.fpgaRevision) +
            ",\"pin_multiplexer\":" + list(state.pinMultiplexer) +
            ",\"eeprom\":{\"erased\":" + (state.isEepromErased ? "true" : "false") +
            ",\"text\":" + list(state.eepromText) + "},\"flash\":" + list(state.flash) +
-           ",\"root_file_system\":" + quoted(state.rootFileSystem) + ",\"network\":" + network +
+           ",\"root_file_system\":" + jsonString(state.rootFileSystem) + ",\"network\":" + network +
            ",\"transfers\":" + list(state.transfers) + ",\"commands\":" + list(state.commands) +
            "}";
 }
