@@ -1,9 +1,10 @@
 #include "conf/dtc_conf_image.h"
 #include "conf/dtc_conf_status.h"
+#include "util/file_stream.h"
 
 #include <array>
 #include <cstdint>
-#include <fstream>
+#include <cstdio>
 
 namespace KORVA::DTC::CONF {
 namespace {
@@ -30,21 +31,21 @@ static_assert(g_crc32Table[1] == 0x77073096);
 
 unsigned int checksum(char const* path)
 {
-    std::ifstream file(path, std::ios::binary);
-    if (!file) {
+    if (path == nullptr)
+        throw Exception(fileName, __LINE__, NullParameter, nullptr);
+    FileStream const file(std::fopen(path, "rbe"));
+    if (file == nullptr) {
         std::string const detail =
             std::string("failed to open ") + path + " for computing checksum";
         throw Exception(fileName, __LINE__, InvalidFile, detail.c_str());
     }
     std::uint32_t crc = 0xFFFFFFFF;
-    std::array<char, 4096> block;
-    do {
-        file.read(block.data(), block.size());
-        for (std::streamsize i = 0; i < file.gcount(); ++i) {
-            auto const byte = static_cast<unsigned char>(block[static_cast<std::size_t>(i)]);
-            crc = g_crc32Table[(crc ^ byte) & 0xFF] ^ crc >> 8;
-        }
-    } while (file.gcount() > 0);
+    std::array<unsigned char, 4096> block;
+    std::size_t count = 0;
+    while ((count = std::fread(block.data(), 1, block.size(), file.get())) > 0) {
+        for (std::size_t i = 0; i < count; ++i)
+            crc = g_crc32Table[(crc ^ block[i]) & 0xFF] ^ crc >> 8;
+    }
     return crc;
 }
 

@@ -2,8 +2,13 @@
 
 #include <string>
 
-/// Carries out the control word "EnableInetd" (telnet service for new logins; takes five seconds),
-/// or records any other word, initially "none", which the variable _control then shows. Not locked:
-/// callers serialise.
+/// Carries out the control word "EnableInetd", or records any other text, which the variable
+/// _control then shows (initially "none"). EnableInetd lets telnet in: inetd is restarted with the
+/// service, and serves it until it is next restarted; the root file system is writable meanwhile,
+/// for five seconds, and the call blocks as long. Throws CONF::Exception (SystemCallFailed) when
+/// the shell cannot be started; a command that fails goes unnoticed. word must not be null. Not
+/// locked: callers serialise.
 void setControl(char const* word);
+
+/// Sets word to the recorded one.
 void getControl(std::string& word);

@@ -22,9 +22,9 @@ std::string const& standbyMinutes()
 
 void setStandbyMinutes(std::string const& value)
 {
-    constexpr long mostRefused = 20;
+    constexpr long limit = 20;
     long const number = std::strtol(value.c_str(), nullptr, 10);
-    if (number > mostRefused)
+    if (number > limit)
         minutes() = std::to_string(number);
 }
 

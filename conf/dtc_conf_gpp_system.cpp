@@ -8,6 +8,7 @@
 #include "util/ustring.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -28,6 +29,17 @@ struct CloseShell
     void operator()(std::FILE* stream) const { PLATFORM::closeShell(stream); }
 };
 
+/// One read of the whole, which goes on after a signal.
+std::size_t readAll(std::FILE* stream, char* buffer, std::size_t size)
+{
+    std::size_t length = std::fread(buffer, 1, size, stream);
+    while (length < size && std::ferror(stream) != 0 && errno == EINTR) {
+        std::clearerr(stream);
+        length += std::fread(buffer + length, 1, size - length, stream);
+    }
+    return length;
+}
+
 /// The command's output up to its end or the end of the buffer. One byte is kept for the
 /// terminator.
 void capture(std::FILE* stream, char const* command, char* buffer, unsigned int size)
@@ -35,13 +47,14 @@ void capture(std::FILE* stream, char const* command, char* buffer, unsigned int 
     std::memset(buffer, 0, size);
     if (size == 0)
         return;
-    std::size_t const length = std::fread(buffer, 1, size - 1, stream);
+    std::size_t const length = readAll(stream, buffer, size - 1);
     char* const end = std::find_if(buffer, buffer + length,
                                    [](char c) { return static_cast<signed char>(c) <= 0; });
     *end = '\0';
-    std::ostream& log = CONF::diagnostics();
-    log << "[" << command << "]: " << (*buffer != '\0' ? buffer : "no output returned from pipe")
-        << std::endl;
+    if (CONF::isLogEnabled()) // several threads may be here, and the discarding stream is shared
+        CONF::diagnostics() << "[" << command
+                            << "]: " << (*buffer != '\0' ? buffer : "no output returned from pipe")
+                            << std::endl;
 }
 
 bool isTrueInEnvironment(char const* name)
@@ -135,6 +148,8 @@ void writeVarsToSys(std::vector<std::pair<std::string, std::string>> const& vars
         std::string clock = value;
         uString::Replace(clock, "/", ".");
         uString::Replace(clock, " ", "-");
-        CONF::popenWithStdout(("date -s " + CONF::shellWord(clock)).c_str(), nullptr, 0);
+        // Without an argument date refuses; an empty one would mean midnight to it.
+        std::string const argument = clock.empty() ? clock : CONF::shellWord(clock);
+        CONF::popenWithStdout(("date -s " + argument).c_str(), nullptr, 0);
     }
 }

@@ -10,13 +10,14 @@
 #include "conf/dtc_conf_vars.h"
 #include "periph/dtc_periph_led.h"
 #include "platform/platform.h"
+#include "util/file_stream.h"
 #include "util/ustring.h"
 
 #include <algorithm>
 #include <array>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 
 namespace KORVA::DTC::CONF {
 namespace {
@@ -49,9 +50,10 @@ std::string safeModeFromEnvironment()
 
 std::string recordedClient()
 {
-    std::ifstream record(PLATFORM::path("/tmp/ip_client"));
-    std::string address;
-    return record >> address ? address : VALUE::None;
+    FileStream const record(std::fopen(PLATFORM::path("/tmp/ip_client").c_str(), "re"));
+    char address[256];
+    bool const isRead = record != nullptr && std::fscanf(record.get(), "%255s", address) == 1;
+    return isRead ? address : VALUE::None;
 }
 
 /// The addresses of the network interface, asked for when first needed.
@@ -93,7 +95,7 @@ void applyLiveValue(std::string const& name, std::string& value, InterfaceAddres
         value = standbyMinutes();
 }
 
-/// One EEPROM page outside the configuration area tells the next boot which mode to come up in.
+/// A page outside the configuration area, for the boot code: nothing here reads it.
 void writeBootProgress(std::string const& safeMode)
 {
     constexpr unsigned int recordAddress = 32576;

@@ -11,20 +11,24 @@
 namespace KORVA::DTC::CONF {
 
 /// Renders the pairs from position index on into the size bytes at buf, which are all overwritten;
-/// a pair without a name or a value is skipped, and filterChars cleans the whole. index becomes 0
-/// when every pair is in, else the position of the first that did not fit. Throws NullParameter for
-/// a null buf, and OperationFailed when the list's very first pair does not fit.
+/// a pair without a name or a value is skipped, and filterChars cleans the whole. A line feed in a
+/// value stays, and makes a line of its own of what follows it. index becomes 0 when every pair is
+/// in, else the position of the first that did not fit. Throws NullParameter for a null buf, and
+/// OperationFailed when the list's very first pair does not fit, with buf zeroed and index as it
+/// was.
 KORVA_API void varsToBuf(std::vector<std::pair<std::string, std::string>> const& vars, char* buf,
                          unsigned int size, unsigned int& index);
 
-/// Appends the pairs found in the zero-terminated text, up to the first line without "=". size is
-/// not used. Throws NullParameter for a null buf.
+/// Appends the pairs found in the zero-terminated text, up to the first line without "=". The first
+/// "=" of a line ends the name, which may be empty. size is not used. Throws NullParameter for a
+/// null buf.
 KORVA_API void bufToVars(std::vector<std::pair<std::string, std::string>>& vars, char const* buf,
                          unsigned int size);
 
 /// The CRC-32 (polynomial 0xEDB88320, reflected) of a file's bytes before the usual final
-/// inversion: the complement of the common value. Throws InvalidFile when the file cannot be
-/// opened.
+/// inversion: the complement of the common value. The path is the machine's own, also on a
+/// simulated box. Throws NullParameter for a null path, and InvalidFile when the file cannot be
+/// opened; a read error counts as the file's end.
 KORVA_API unsigned int checksum(char const* path);
 
 } // namespace KORVA::DTC::CONF

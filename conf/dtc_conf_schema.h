@@ -57,7 +57,8 @@ extern KORVA_API char const* const _quietPeriod;
 extern KORVA_API char const* const _state;
 extern KORVA_API char const* const _fpgaImageName;
 
-// Without a row in the schema: for other programs.
+// Without a row in the schema: for other programs. Of them only standbyMinutes is acted on here,
+// by Vars::write.
 extern KORVA_API char const* const standbyEnable;
 extern KORVA_API char const* const standbyMinutes;
 extern KORVA_API char const* const _rndisMode;
@@ -77,9 +78,9 @@ extern KORVA_API char const* const ReadFpga;
 
 struct SchemaEntry
 {
-    char const* name; ///< null in the row behind the last
-    char const* defaultValue;
-    bool readable;
+    char const* name;         ///< null in the row behind the last
+    char const* defaultValue; ///< null there too
+    bool readable;            ///< readable and writable are advice: nothing here enforces them
     bool writable;
     bool stored; ///< kept in the EEPROM image
 };
@@ -90,5 +91,6 @@ KORVA_API void getSchema(SchemaEntry*& rows);
 
 } // namespace KORVA::DTC::CONF
 
-/// Appends the 34 variables with their defaults, in the order of the schema.
+/// Appends the 34 variables with their defaults, in the order of the schema, behind what the list
+/// holds.
 void getDefaultVars(std::vector<std::pair<std::string, std::string>>& vars);

@@ -39,9 +39,9 @@ char const* textOf(Status status)
 
 struct LogState
 {
-    std::string error = "none";
-    bool enabled = false;
-    std::ofstream discarded; // never opened
+    std::string g_error = "none";
+    bool g_logEnable = false;
+    std::ofstream g_nulLog; // never opened
 };
 
 LogState& state()
@@ -76,27 +76,27 @@ Status Exception::status() const noexcept
 void setError(char const* text)
 {
     if (text != nullptr)
-        state().error = text;
+        state().g_error = text;
 }
 
 std::string const& errorText()
 {
-    return state().error;
+    return state().g_error;
 }
 
 void logEnable()
 {
-    state().enabled = true;
+    state().g_logEnable = true;
 }
 
 void logDisable()
 {
-    state().enabled = false;
+    state().g_logEnable = false;
 }
 
 bool isLogEnabled()
 {
-    if (state().enabled)
+    if (state().g_logEnable)
         return true;
     char const* const wanted = std::getenv("DTC_CONF_LOGGING");
     return wanted != nullptr && std::strcmp(wanted, "true") == 0;
@@ -106,7 +106,7 @@ std::ostream& diagnostics()
 {
     if (isLogEnabled())
         return std::cout;
-    return state().discarded;
+    return state().g_nulLog;
 }
 
 } // namespace KORVA::DTC::CONF

@@ -1,7 +1,7 @@
 /// Status codes, exceptions and logging of the configuration code.
 ///
-/// The error text and the log switch are process-wide and not locked: callers that share a process
-/// across threads serialise their configuration calls.
+/// The error text, the log switch and the discarding stream are process-wide and not locked:
+/// callers that share a process across threads serialise their configuration calls.
 #pragma once
 
 #include "util/export.h"
@@ -12,7 +12,7 @@
 
 namespace KORVA::DTC::CONF {
 
-enum Status {
+enum Status : int {
     OperationFailed = 1, ///< every failure without a more precise code
     VersionError = 2,
     MemoryAllocationFailed = 3,
@@ -32,7 +32,8 @@ enum Status {
     ConfigurationDataCorrupted = 17
 };
 
-/// What all configuration code throws.
+/// What configuration code throws of its own; failures of a lock, of the FPGA and of reading a
+/// number pass through it as PERIPH::Exception and uString::error.
 class KORVA_API Exception : public std::exception
 {
 public:
@@ -54,11 +55,13 @@ private:
 
 /// Replaces the text that the variable _error shows, initially "none"; null leaves it as it is.
 KORVA_API void setError(char const* text);
+
+/// Valid until the next setError.
 std::string const& errorText();
 
 /// Diagnostic lines of configuration code go to standard output while logging is enabled, by
-/// logEnable or by the environment variable DTC_CONF_LOGGING with the value "true", which
-/// logDisable cannot switch off.
+/// logEnable or by the environment variable DTC_CONF_LOGGING with exactly the value "true", read at
+/// each call, which logDisable cannot switch off.
 KORVA_API void logEnable();
 KORVA_API void logDisable();
 KORVA_API bool isLogEnabled();

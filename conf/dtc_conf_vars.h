@@ -15,6 +15,15 @@ namespace KORVA::DTC::CONF {
 
 /// The box's configuration: such a list, and the operations that fill it from the box and store it
 /// back. New, it is empty. The order of the virtual operations is part of the binary interface.
+///
+/// read, write and restore block, and go through values of the whole process and of the box, so the
+/// threads of a process take turns with them, on different lists too; of two programs that write,
+/// the one that is later wins whole. A thread must not be cancelled in them. They throw
+/// CONF::Exception (PeripheralAccessFailed, OperationFailed, SystemCallFailed); PERIPH::Exception
+/// when another process holds the lock "i2c" for five seconds (Timeout) or the FPGA's page cannot
+/// be mapped (MapFailed); and uString::error when SAFEMODE, ROVERKIT or RNDISMODE in the
+/// environment is no boolean. They blink the third LED, which shows once its init has made the pin
+/// an output.
 class KORVA_API Vars : public std::vector<std::pair<std::string, std::string>>
 {
 public:
@@ -25,19 +34,22 @@ public:
     virtual ~Vars();
 
     /// Replaces the list by the box's current configuration: the defaults, over them what the
-    /// EEPROM stores, over that the live values of the system, the FPGA and this process. Blinks
-    /// the third LED once. Takes tens of milliseconds, or seconds when the lock "i2c" is held
-    /// elsewhere. A failure leaves what was there by then.
+    /// EEPROM stores, over that the live values of the system, the FPGA and this process. One
+    /// blink; takes 120 ms and two shell commands. A failure leaves what was there by then.
     virtual void read();
 
-    /// Takes the list as a request: merges it into the current configuration, stores the image and
-    /// sets the clock, and acts on safeMode, _control, _error and standbyMinutes. Blinks the third
-    /// LED twice. A failure stops it; what was done before stays done. Any name is accepted; what
-    /// is neither stored nor acted on has no effect.
+    /// Takes the list as a request: merges it into the current configuration, stores that as the
+    /// image, sets the clock, and then acts on safeMode, _control, _error and standbyMinutes (a
+    /// number above 20) in the list's order. Any name is accepted; what is neither stored nor acted
+    /// on has no effect. While the environment variable IPCONFIG is "off", the first ipConfig is
+    /// removed from the list. Otherwise the list stays as it is: read afterwards to see the result.
+    /// Two blinks; takes 320 ms, 5 ms a page of the image, and two commands or more; EnableInetd in
+    /// _control five seconds more. Variables that are too large fail before anything is written;
+    /// any other failure stops it, and what was done before stays done.
     virtual void write();
 
-    /// Resets the box to the defaults and leaves the list holding them, except in safe mode, unless
-    /// _control is AllowUnsafeRestore: then only reads.
+    /// Resets the box to the defaults and leaves the list holding them. In safe mode it only reads,
+    /// which is no error, unless _control is AllowUnsafeRestore. The standby minutes stay.
     virtual void restore();
 
     /// The value of the first pair with the name, to read or to assign to; valid until the list

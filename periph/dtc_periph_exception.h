@@ -8,7 +8,7 @@
 
 namespace KORVA::DTC::PERIPH {
 
-enum Status {
+enum Status : int {
     OperationFailed = 1,
     MapFailed = 2, ///< a page of physical memory could not be mapped
     UnmapFailed = 3,

@@ -47,13 +47,9 @@ void LOCK::acquire(unsigned int timeout, unsigned int interval)
 
 bool LOCK::tryCreateFile()
 {
-    std::string const file = PLATFORM::path(m_path.c_str());
-    int const created = open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0);
-    if (created == -1)
-        return false;
-    m_file = created;
-    m_fileName = file;
-    return true;
+    m_fileName = PLATFORM::path(m_path.c_str());
+    m_file = open(m_fileName.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0);
+    return m_file != -1;
 }
 
 void LOCK::removeFile()

@@ -123,12 +123,13 @@ TEST_F(SystemTest, HandsHostileClockValuesToDateAsOneWord)
                        {"`id`", "`id`"},
                        {"it's \"so\"", "it's-\"so\""},
                        {"a\nb", "ab"},
-                       {"-u", "-u"},
-                       {"", ""}};
+                       {"-u", "-u"}};
     for (auto const& c : cases) {
         writeVarsToSys({{"time", c.value}});
         EXPECT_EQ(boxFile("/tmp/arguments"), std::string("2|-s|") + c.argument + "|") << c.value;
     }
+    writeVarsToSys({{"time", ""}});
+    EXPECT_EQ(boxFile("/tmp/arguments"), "1|-s|") << "which date refuses";
     EXPECT_EQ(CONF::shellWord("az.AZ_09:/+-"), "az.AZ_09:/+-");
     EXPECT_EQ(CONF::shellWord("it's"), "'it'\\''s'");
 }

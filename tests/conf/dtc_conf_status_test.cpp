@@ -20,7 +20,8 @@ TEST(ConfExceptionTest, ComposesItsMessage)
                        {11, nullptr, "unable to load configuration adapter"},
                        {1, "", "operation failed : "},
                        {0, nullptr, "operation failed"},
-                       {18, nullptr, "operation failed"}};
+                       {18, nullptr, "operation failed"},
+                       {-1, nullptr, "operation failed"}};
     for (auto const& c : cases) {
         Exception const original("file", 1, static_cast<Status>(c.status), c.detail);
         Exception const copy = original;
