@@ -9,6 +9,7 @@
 #include "conf/dtc_conf_status.h"
 #include "conf/dtc_conf_vars.h"
 #include "periph/dtc_periph_led.h"
+#include "periph/dtc_periph_lock.h"
 #include "platform/platform.h"
 #include "util/file_stream.h"
 #include "util/ustring.h"
@@ -24,6 +25,17 @@ namespace {
 
 using VariableList = std::vector<std::pair<std::string, std::string>>;
 
+/// The board revision takes several transfers, which those of another process must not come
+/// between.
+void readHardware(VariableList& vars)
+{
+    constexpr unsigned int timeoutMs = 5000;
+    constexpr unsigned int intervalMs = 10;
+    PERIPH::I2C_LOCK lock;
+    PERIPH::LockHold const hold(lock, timeoutMs, intervalMs);
+    readVarsFromFpga(vars);
+}
+
 /// What every read begins with: the defaults, the EEPROM's over them, the system's and the
 /// hardware's over those.
 void readSources(VariableList& vars)
@@ -33,7 +45,7 @@ void readSources(VariableList& vars)
     readVarsFromEeprom(stored);
     updateVars(vars, stored);
     readVarsFromSys(vars);
-    readVarsFromFpga(vars);
+    readHardware(vars);
 }
 
 bool isNetworkSwitchedOff()

@@ -12,6 +12,6 @@ std::optional<Transfer> nextTransfer();
 bool isHidden(char const* boxPath);
 bool isBindingRefused();
 bool isMappingRefused();
-bool isShellRefused();
+bool isNextCommandRefused(); ///< counts it
 
 } // namespace KORVA::DTC::PLATFORM::FAULTS

@@ -17,7 +17,8 @@ struct State
     char const* hiddenNode = nullptr;
     bool refuseBinding = false;
     bool refuseMapping = false;
-    bool refuseShell = false;
+    unsigned int commands = 0;
+    std::optional<unsigned int> refusedCommand; // 0: every one
 };
 
 // Constant-initialised and trivially destroyed: usable as long as the library is in the process.
@@ -63,9 +64,12 @@ void refuseMapping()
     locked([] { state.refuseMapping = true; });
 }
 
-void refuseShell()
+void refuseShell(unsigned int n)
 {
-    locked([] { state.refuseShell = true; });
+    locked([=] {
+        state.commands = 0;
+        state.refusedCommand = n;
+    });
 }
 
 void clear()
@@ -100,9 +104,12 @@ bool isMappingRefused()
     return locked([] { return state.refuseMapping; });
 }
 
-bool isShellRefused()
+bool isNextCommandRefused()
 {
-    return locked([] { return state.refuseShell; });
+    return locked([] {
+        unsigned int const n = ++state.commands;
+        return state.refusedCommand == 0U || state.refusedCommand == n;
+    });
 }
 
 } // namespace KORVA::DTC::PLATFORM::FAULTS

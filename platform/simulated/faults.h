@@ -21,7 +21,9 @@ void hideNode(char const* boxPath);
 
 void refuseBinding();
 void refuseMapping();
-void refuseShell();
+
+/// The n-th shell command from now on cannot be started; 0: none can.
+void refuseShell(unsigned int n = 0);
 
 /// No faults any more.
 void clear();
