@@ -31,6 +31,16 @@ VariableList rendering(std::size_t textBytes)
     return {{"dtcName", std::string(textBytes - sizeof "dtcName=", 'x')}}; // and a line feed
 }
 
+/// The same over several variables, the last of which ends it.
+VariableList severalRendering(std::size_t textBytes)
+{
+    VariableList vars = rendering(textBytes / 2);
+    vars.emplace_back("ipConfig", std::string(100, 'i'));
+    std::size_t const rest = textBytes - textBytes / 2 - sizeof "ipConfig=" - 100;
+    vars.emplace_back("_state", std::string(rest - sizeof "_state=", 'y'));
+    return vars;
+}
+
 class EepromImageTest : public testing::Test
 {
 protected:
@@ -80,15 +90,14 @@ TEST_F(EepromImageTest, ReadsWhateverLiesThere)
 TEST_F(EepromImageTest, HoldsTextUpToItsLastByte)
 {
     for (std::size_t const bytes : {63U, 64U, 16382U, 16383U}) {
+        VariableList const vars = bytes < 1000 ? rendering(bytes) : severalRendering(bytes);
         newTransfers();
-        writeVarsToEeprom(rendering(bytes));
+        writeVarsToEeprom(vars);
         EXPECT_EQ(newTransfers().size(), bytes / 64 + 1) << "the terminator's page is the last";
-        EXPECT_EQ(readBack(), rendering(bytes));
+        EXPECT_EQ(readBack(), vars);
     }
     std::string const before = boxFile("/dev/i2c/eeprom");
-    VariableList tooLarge = rendering(16000);
-    tooLarge.emplace_back("_state", std::string(384 - sizeof "_state=", 'y'));
-    EXPECT_THAT([&] { writeVarsToEeprom(tooLarge); },
+    EXPECT_THAT([] { writeVarsToEeprom(severalRendering(16384)); },
                 testing::ThrowsMessage<CONF::Exception>(
                     "operation failed : configuration variables too large for EEPROM"));
     EXPECT_THAT([&] { writeVarsToEeprom(rendering(16384)); },
