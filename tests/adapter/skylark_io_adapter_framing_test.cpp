@@ -52,6 +52,12 @@ protected:
         return receiveFrom(*m_connection, patienceMs, sizeBytes);
     }
 
+    unsigned int learnIdentifier()
+    {
+        m_peer->send(message("x", 1));
+        return receive().clientId;
+    }
+
     /// One that proves the stream to be in step.
     void expectNextMessageIntact()
     {
@@ -73,8 +79,7 @@ INSTANTIATE_TEST_SUITE_P(Both, FramingTest, testing::Values(Side::Server, Side::
 
 TEST_P(FramingTest, SendsSixteenBytesOfHeaderAndThePayload)
 {
-    m_peer->send(message("x", 1)); // a server learns the identifier
-    unsigned int const id = receive().clientId;
+    unsigned int const id = learnIdentifier();
     unsigned int sent = 99;
     EXPECT_EQ(sendTo(*m_connection, id, 0x04030201, "", &sent), DTC_IO_INVALID);
     EXPECT_EQ(m_connection->send(id, 1, nullptr, 4, &sent), DTC_IO_INVALID);
@@ -157,8 +162,7 @@ TEST_P(FramingTest, ReportsAPeerThatLeavesWhereverItStands)
 
 TEST_P(FramingTest, ReportsAPeerThatLeavesWhileItIsSentTo)
 {
-    m_peer->send(message("x", 1));
-    unsigned int const id = receive().clientId;
+    unsigned int const id = learnIdentifier();
     m_peer->reset();
     DTC_IO_STATUS status = DTC_IO_SUCCESS;
     for (int i = 0; i < 1000 && status == DTC_IO_SUCCESS; ++i)

@@ -24,7 +24,6 @@ TEST(PeriphExceptionTest, ComposesItsMessage)
         {nullptr, MapFailed, "", "unable to map physical address into virtual address space : "},
         {nullptr, InvalidCallSequence, nullptr, "invalid call sequence"},
         {nullptr, AccessProtected, nullptr, "access protected"},
-        {nullptr, 0, nullptr, "unknown status"},
         {nullptr, 7, nullptr, "unknown status"}};
     for (auto const& c : cases) {
         Exception const original(c.file, 78, static_cast<Status>(c.status), c.detail);

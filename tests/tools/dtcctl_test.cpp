@@ -12,6 +12,7 @@ using testing::AllOf;
 using testing::ContainsRegex;
 using testing::HasSubstr;
 using testing_support::Child;
+using testing_support::words;
 
 namespace {
 
@@ -83,19 +84,12 @@ TEST(DtcctlTest, SaysWhatFailed)
 
 TEST(DtcctlTest, RefusesWrongUse)
 {
-    std::vector<std::string> const wrong[] = {{},
-                                              {"juggle"},
-                                              {"send"},
-                                              {"send", "127.0.0.1"},
-                                              {"send", "127.0.0.1", ""},
-                                              {"send", "127.0.0.1", "x", "--tag", "-1"},
-                                              {"send", "127.0.0.1:55755", "x"},
-                                              {"send", "10.0.0", "x"},
-                                              {"send", "127.0.0.1", "x", "--file", "y"},
-                                              {"serve", "--service", "dtc"},
-                                              {"ping", "127.0.0.1", "-s", "0"}};
-    for (auto const& arguments : wrong)
-        EXPECT_NE(dtcctl(arguments, 2), "") << "it must say why";
+    for (char const* wrong :
+         {"", "juggle", "send", "send 127.0.0.1", "send 127.0.0.1 x --tag -1",
+          "send 127.0.0.1:55755 x", "send 10.0.0 x", "send 127.0.0.1 x --file y",
+          "serve --service dtc", "ping 127.0.0.1 -s 0"})
+        EXPECT_NE(dtcctl(words(wrong), 2), "") << wrong << ": it must say why";
+    EXPECT_NE(dtcctl({"send", "127.0.0.1", ""}, 2), "");
     EXPECT_THAT(dtcctl({"--help"}), HasSubstr("ping"));
     EXPECT_THAT(dtcctl({"--version"}), ContainsRegex("dtcctl [0-9]+\\."));
 }
