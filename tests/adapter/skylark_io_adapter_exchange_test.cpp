@@ -1,13 +1,13 @@
-#include "adapter/dtc_io.h"
+#include "adapter/skylark_io_adapter.h"
 #include "tests/support/child.h"
 #include "tests/support/descriptors.h"
+#include "tests/support/exchange.h"
 #include "tests/support/raw_peer.h"
 #include "tests/support/test_server.h"
 
 #include <atomic>
 #include <cmath>
 #include <csignal>
-#include <cstring>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <list>
@@ -70,43 +70,31 @@ private:
     std::thread m_thread{[this] { run(); }};
 };
 
-/// Exchanges messages of mixed sizes with the server, through the C functions, and checks every
-/// byte. The seed makes the content this client's own. Begins at the first stage, leaves at the
-/// second.
+/// Exchanges messages of mixed sizes with the server and checks every byte. The seed makes the
+/// content this client's own. Begins at the first stage, leaves at the second.
 void exchange(unsigned int seed, unsigned int messages, std::atomic<int> const& stage)
 {
     constexpr unsigned int largestBytes = 1U << 20;
     std::minstd_rand random(seed);
     std::uniform_real_distribution<double> exponent(0, 16);
-    std::vector<unsigned char> pattern(2 * largestBytes);
-    for (unsigned char& byte : pattern)
-        byte = static_cast<unsigned char>(random());
-    std::vector<unsigned int> words(largestBytes / 4);
-    void* box = nullptr;
+    std::string pattern(2 * largestBytes, '\0');
+    for (char& byte : pattern)
+        byte = static_cast<char>(random());
     awaitAtLeast(stage, 1);
-    ASSERT_EQ(DTC_IO_Open("0x7F000001", "dtc_io", &box), DTC_IO_SUCCESS) << DTC_Get_Error();
+    skylark_IOAdapter adapter;
+    IOAdapter_Connection* const box = adapter.open("0x7F000001", "dtc_io");
+    ASSERT_NE(box, nullptr) << adapter.get_error();
     for (unsigned int i = 0; i < messages; ++i) {
         auto const size = static_cast<unsigned int>(std::exp2(exponent(random)));
         unsigned int const length = i % 200 == seed ? largestBytes : size;
         auto const tag = static_cast<unsigned int>(random());
-        unsigned char const* const content = &pattern[random() % largestBytes];
-        std::memcpy(words.data(), content, length);
-        unsigned int count = 0;
-        ASSERT_EQ(DTC_IO_Send_V2(box, 0, tag, words.data(), length, &count), DTC_IO_SUCCESS);
-        ASSERT_EQ(count, length);
-        std::memset(words.data(), 0, length);
-        unsigned int server = 0;
-        unsigned int replyTag = 0;
-        ASSERT_EQ(
-            DTC_IO_Receive(box, &server, &replyTag, words.data(), largestBytes, &count, 60'000),
-            DTC_IO_SUCCESS)
-            << DTC_Get_Error();
-        ASSERT_TRUE(server == 55755 && replyTag == tag && count == length &&
-                    std::memcmp(words.data(), content, length) == 0)
-            << length << " bytes";
+        std::string const payload = pattern.substr(random() % largestBytes, length);
+        ASSERT_EQ(sendTo(*box, 0, tag, payload), DTC_IO_SUCCESS) << box->get_error();
+        Incoming const reply = receiveFrom(*box, 60'000, length);
+        ASSERT_EQ(reply.status, DTC_IO_SUCCESS) << box->get_error();
+        ASSERT_TRUE(reply.clientId == 55755 && reply.tag == tag && reply.payload == payload);
     }
     awaitAtLeast(stage, 2);
-    DTC_IO_Close(box);
 }
 
 TEST(ExchangeTest, EightProcessesExchangeThousandsOfMessagesWhileTheNinthIsTurnedAway)

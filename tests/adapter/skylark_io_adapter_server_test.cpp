@@ -127,6 +127,7 @@ TEST_F(ServerTest, ClearsTheClientThatASendFoundGone)
     peer.reset();
     while (sendTo(server, id, 1, "x") == DTC_IO_SUCCESS) {
     }
+    EXPECT_STREQ(server.get_error(), "Client has disconnected");
     EXPECT_EQ(sendTo(server, id, 1, "x"), DTC_IO_DISCONNECTED);
     EXPECT_THAT(server.events, ElementsAre("127.0.0.1"));
     EXPECT_EQ(server.receive_ready(0), DTC_IO_DISCONNECTED);

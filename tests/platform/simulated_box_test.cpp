@@ -103,13 +103,11 @@ TEST_F(SimulatedBoxTest, EepromWrapsWritesInsideTheirPageAndRunsOnWhenRead)
 TEST_F(SimulatedBoxTest, ExpanderPinsFollowTheConfiguration)
 {
     Node device(leds, 0x1A);
-    struct
-    {
-        std::string written;
-        std::string registers; // input, output, polarity, configuration
-    } const cases[] = {{"\x01\x5A", {"\xFF\x5A\x00\xFF", 4}}, {"\x03\xF0", {"\xFA\x5A\x00\xF0", 4}},
-                       {"\x02\x81", "\x7B\x5A\x81\xF0"},      {{"\x00\x00", 2}, "\x7B\x5A\x81\xF0"},
-                       {"\x03\xFF", "\x7E\x5A\x81\xFF"},      {"\x01\x11\xA5", "\x7E\xA5\x81\xFF"}};
+    // What is written, and then the input, output, polarity and configuration registers.
+    std::pair<std::string, std::string> const cases[] = {
+        {"\x01\x5A", {"\xFF\x5A\x00\xFF", 4}}, {"\x03\xF0", {"\xFA\x5A\x00\xF0", 4}},
+        {"\x02\x81", "\x7B\x5A\x81\xF0"},      {{"\x00\x00", 2}, "\x7B\x5A\x81\xF0"},
+        {"\x03\xFF", "\x7E\x5A\x81\xFF"},      {"\x01\x11\xA5", "\x7E\xA5\x81\xFF"}};
     for (auto const& [written, registers] : cases) {
         EXPECT_TRUE(device.write(written));
         EXPECT_EQ(device.read(2), std::string(2, device.read(1)[0])) << "the register stays";

@@ -6,6 +6,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <iterator>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <sys/mman.h>
@@ -84,16 +85,23 @@ class Child
 {
 public:
     explicit Child(std::vector<std::string> command)
-        : m_pipe(newPipe()), m_process([this, arguments = pointersTo(command)] {
-              dup2(m_pipe.second, STDOUT_FILENO);
-              dup2(m_pipe.second, STDERR_FILENO);
-              execv(arguments[0], arguments.data());
-              _exit(127);
-          })
     {
-        close(m_pipe.second);
+        int ends[2] = {-1, -1};
+        EXPECT_EQ(pipe2(ends, O_CLOEXEC), 0);
+        std::vector<char*> arguments;
+        for (std::string& word : command)
+            arguments.push_back(word.data());
+        arguments.push_back(nullptr);
+        m_process.emplace([&] {
+            dup2(ends[1], STDOUT_FILENO);
+            dup2(ends[1], STDERR_FILENO);
+            execv(arguments[0], arguments.data());
+            _exit(127);
+        });
+        close(ends[1]);
+        m_pipe = ends[0];
     }
-    ~Child() { close(m_pipe.first); }
+    ~Child() { close(m_pipe); }
     Child(Child const&) = delete;
     Child& operator=(Child const&) = delete;
 
@@ -107,46 +115,30 @@ public:
         return true;
     }
 
-    void signal(int number) { m_process.signal(number); }
+    void signal(int number) { m_process->signal(number); }
 
     /// Reads the rest of the output and waits for the end: the exit status, or minus the signal.
     int wait()
     {
         while (readSome()) {
         }
-        return m_process.wait();
+        return m_process->wait();
     }
 
     std::string const& output() const { return m_output; }
 
 private:
-    static std::pair<int, int> newPipe()
-    {
-        int ends[2] = {-1, -1};
-        EXPECT_EQ(pipe2(ends, O_CLOEXEC), 0);
-        return {ends[0], ends[1]};
-    }
-
-    static std::vector<char*> pointersTo(std::vector<std::string>& words)
-    {
-        std::vector<char*> pointers;
-        for (std::string& word : words)
-            pointers.push_back(word.data());
-        pointers.push_back(nullptr);
-        return pointers;
-    }
-
     bool readSome()
     {
         char bytes[4096];
-        ssize_t const count = read(m_pipe.first, bytes, sizeof bytes);
+        ssize_t const count = read(m_pipe, bytes, sizeof bytes);
         if (count > 0)
             m_output.append(bytes, static_cast<std::size_t>(count));
         return count > 0;
     }
 
-    std::pair<int, int> m_pipe; ///< the end to read, and the program's
-    Fork m_process;
+    std::optional<Fork> m_process;
+    int m_pipe = -1;
     std::string m_output;
 };
 

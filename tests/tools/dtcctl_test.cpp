@@ -1,7 +1,6 @@
 #include "tests/support/child.h"
 #include "tools/dtcctl.h"
 #include "tools/dtcctl_address.h"
-#include "tools/dtcctl_round_trips.h"
 
 #include <csignal>
 #include <fstream>
@@ -102,18 +101,6 @@ TEST(DtcctlTest, TurnsAddressesIntoTheLibrarysForm)
     for (char const* wrong : {"", "a:", "box:b", "1.2.3.4.5", "1.2.3.4:5"})
         EXPECT_THROW(dtcctl::libraryAddress(wrong), dtcctl::UsageError) << wrong;
     EXPECT_THROW(dtcctl::libraryAddress("no such host"), dtcctl::Failure);
-}
-
-TEST(DtcctlTest, SummarisesRoundTripsAsPingDoes)
-{
-    dtcctl::RoundTrips times;
-    EXPECT_EQ(times.deviation(), 0);
-    for (double const ms : {2.0, 4.0, 4.0, 4.0, 5.0, 5.0, 7.0, 9.0})
-        times.add(ms);
-    EXPECT_EQ(times.minimum(), 2);
-    EXPECT_EQ(times.maximum(), 9);
-    EXPECT_DOUBLE_EQ(times.average(), 5);
-    EXPECT_DOUBLE_EQ(times.deviation(), 2);
 }
 
 TEST(ExamplesTest, TalkToEachOther)

@@ -33,13 +33,9 @@ protected:
     unsigned int count = 99;
 };
 
-TEST_F(SocketTest, KnowsBothEndsOfAConnection)
+TEST_F(SocketTest, SendsAtOnceAndLeavesNothingToPrograms)
 {
-    EXPECT_EQ(client.GetRemotePort(), listening.GetLocalPort());
-    EXPECT_EQ(accepted->GetRemotePort(), client.GetLocalPort());
-    EXPECT_EQ(accepted->GetLocalPort(), listening.GetLocalPort());
     EXPECT_EQ(listening.GetRemotePort(), listening.GetLocalPort());
-    EXPECT_STREQ(accepted->GetHost(), "127.0.0.1");
     for (uSocket const* socket : {&listening, &client, accepted.get()}) {
         EXPECT_EQ(optionOf(socket->GetDescriptor(), IPPROTO_TCP, TCP_NODELAY), 1);
         EXPECT_EQ(fcntl(socket->GetDescriptor(), F_GETFD), FD_CLOEXEC);

@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 #include <limits>
+#include <tuple>
 
 using KORVA::uString;
 using testing::ElementsAre;
@@ -36,22 +37,18 @@ TEST(StringTest, StripsEitherEnd)
 
 TEST(StringTest, SplitsAtTheFirstDelimiter)
 {
-    struct
-    {
-        char const *text, *delimiter;
-        int result;
-        char const *left, *right;
-    } const cases[] = {{"key=value=x", "=", 2, "key", "value=x"},
-                       {"key=", "=", 2, "key", ""},
-                       {"", "=", 0, "", ""},
-                       {"a::b", "::", 2, "a", "b"},
-                       {"a:b", "::", 1, "a:b", ""}};
-    for (auto const& c : cases) {
+    std::tuple<char const*, char const*, int, char const*, char const*> const cases[] = {
+        {"key=value=x", "=", 2, "key", "value=x"},
+        {"key=", "=", 2, "key", ""},
+        {"", "=", 0, "", ""},
+        {"a::b", "::", 2, "a", "b"},
+        {"a:b", "::", 1, "a:b", ""}};
+    for (auto const& [text, delimiter, result, expectedLeft, expectedRight] : cases) {
         std::string left = "old";
         std::string right = "old";
-        EXPECT_EQ(uString::Split(c.text, left, right, c.delimiter), c.result) << c.text;
-        EXPECT_EQ(left, c.left);
-        EXPECT_EQ(right, c.right);
+        EXPECT_EQ(uString::Split(text, left, right, delimiter), result) << text;
+        EXPECT_EQ(left, expectedLeft);
+        EXPECT_EQ(right, expectedRight);
     }
     std::string rest = "a,b";
     std::string piece;
@@ -89,37 +86,27 @@ TEST(StringTest, FormatsNumbersAndBooleans)
 
 TEST(StringTest, ScalesToEngineeringUnits)
 {
-    struct
-    {
-        double value;
-        bool symbol;
-        char const* text;
-    } const cases[] = {
+    std::tuple<double, bool, char const*> const cases[] = {
         {1500, false, "1.5kilo"}, {1500, true, "1.5k"},     {1000, false, "1kilo"},
         {999, false, "999"},      {0.002, false, "2milli"}, {1e-6, true, "1u"},
         {2e27, true, "2000Y"},    {0, true, "0y"},          {-5, false, "-5e+24yocto"}};
-    for (auto const& c : cases) {
+    for (auto const& [value, symbol, text] : cases) {
         std::string out;
-        EXPECT_EQ(uString::FromDoubleInEngrUnits(out, c.value, "%.6g", c.symbol), c.text);
+        EXPECT_EQ(uString::FromDoubleInEngrUnits(out, value, "%.6g", symbol), text);
     }
     EXPECT_EQ(KORVA::uEngineeringUnits::yobi, KORVA::uEngineeringUnits::zebi * 1024);
 }
 
 TEST(StringTest, ReadsNumbers)
 {
-    struct
-    {
-        char const* text;
-        long integer;
-        double real;
-    } const cases[] = {{"0x1F", 31, 1},    {"0X1f", 31, 1},   {"017", 15, 17},   {"0", 0, 0},
-                       {"0x", 0, 0},       {"-12", -12, -12}, {"12abc", 12, 12}, {" 42", 42, 42},
-                       {"abc", 0, 0},      {"09", 0, 9},      {"0x-", 0, 0},     {"0.5", 0, 0.5},
-                       {"2.5e3", 2, 2500}, {"0x10", 16, 10}};
-    for (auto const& c : cases) {
-        EXPECT_EQ(uString::ToLong(c.text), c.integer) << c.text;
-        EXPECT_EQ(uString::ToInt64(c.text), c.integer) << c.text;
-        EXPECT_EQ(uString::ToDouble(c.text), c.real) << c.text;
+    std::tuple<char const*, long, double> const cases[] = {
+        {"0x1F", 31, 1},   {"0X1f", 31, 1},   {"017", 15, 17},    {"0", 0, 0},     {"0x", 0, 0},
+        {"-12", -12, -12}, {"12abc", 12, 12}, {" 42", 42, 42},    {"abc", 0, 0},   {"09", 0, 9},
+        {"0x-", 0, 0},     {"0.5", 0, 0.5},   {"2.5e3", 2, 2500}, {"0x10", 16, 10}};
+    for (auto const& [text, integer, real] : cases) {
+        EXPECT_EQ(uString::ToLong(text), integer) << text;
+        EXPECT_EQ(uString::ToInt64(text), integer) << text;
+        EXPECT_EQ(uString::ToDouble(text), real) << text;
     }
     EXPECT_EQ(uString::ToInt64("0x100000000"), 1LL << 32);
     EXPECT_EQ(uString::ToInt64("99999999999999999999"), std::numeric_limits<long long>::max());
