@@ -4,6 +4,7 @@
 #include <functional>
 #include <gtest/gtest.h>
 #include <thread>
+#include <vector>
 
 using namespace KORVA;
 
@@ -21,8 +22,14 @@ private:
     std::function<void()> m_body;
 };
 
-/// The thread object is never destroyed: its thread touches it for a moment after it is seen to
+/// A thread object that is never destroyed: its thread touches it for a moment after it is seen to
 /// end.
+uThread& makeThread(uRunnable& runnable)
+{
+    static auto& all = *new std::vector<uThread*>;
+    return *all.emplace_back(new uThread(&runnable, PriorityRealtimeLowest, 0));
+}
+
 class ThreadTest : public testing::Test
 {
 protected:
@@ -38,7 +45,7 @@ protected:
         ++runs;
         go.Wait(forever);
     }};
-    uThread& thread = *new uThread(&task, PriorityRealtimeLowest, 0);
+    uThread& thread = makeThread(task);
 };
 
 TEST_F(ThreadTest, RunsAgainAndAgainAndReportsItsEnd)
