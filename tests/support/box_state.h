@@ -1,16 +1,44 @@
 #pragma once
 
+#include "platform/simulated/box_files.h"
+
+#include <fstream>
+#include <iterator>
+#include <sstream>
 #include <string>
 #include <vector>
 
 namespace testing_support {
 
+inline std::string contentOf(std::string const& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
 /// The content of a file of the simulated box, given by its path on the box.
-std::string boxFile(std::string const& path);
-void setBoxFile(std::string const& path, std::string const& content);
+inline std::string boxFile(std::string const& path)
+{
+    return contentOf(KORVA::DTC::PLATFORM::boxRoot() + path);
+}
+
+inline void setBoxFile(std::string const& path, std::string const& content)
+{
+    std::ofstream(KORVA::DTC::PLATFORM::boxRoot() + path, std::ios::binary) << content;
+}
 
 /// The transfers logged since the last call, without time and process: "write bit_io 0x1a 2: 03
 /// fe".
-std::vector<std::string> newTransfers();
+inline std::vector<std::string> newTransfers()
+{
+    std::vector<std::string> lines;
+    std::istringstream log(boxFile("/log/transfers.log"));
+    for (std::string day, time, process, line; log >> day >> time >> process >> std::ws;) {
+        std::getline(log, line);
+        lines.push_back(line);
+    }
+    setBoxFile("/log/transfers.log", "");
+    return lines;
+}
 
 } // namespace testing_support

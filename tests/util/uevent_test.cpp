@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 #include <random>
 #include <thread>
-#include <vector>
 
 using KORVA::uEvent;
 using KORVA::uEventListener;
@@ -32,13 +31,12 @@ TEST(EventTest, OneSetReleasesEveryWaiterBlockedAtThatMoment)
 {
     uEvent event(false);
     std::atomic<int> released{0};
-    std::vector<std::thread> waiters;
-    for (int i = 0; i < 4; ++i)
-        waiters.emplace_back([&] {
-            EXPECT_TRUE(event.Wait(forever));
-            ++released;
-        });
-    while (released < 4) // a waiter that was not blocked yet takes a later Set
+    auto const wait = [&] {
+        EXPECT_TRUE(event.Wait(forever));
+        ++released;
+    };
+    std::thread waiters[] = {std::thread(wait), std::thread(wait), std::thread(wait)};
+    while (released < 3) // a waiter that was not blocked yet takes a later Set
         event.Set();
     for (std::thread& waiter : waiters)
         waiter.join();
@@ -49,7 +47,7 @@ TEST(EventTest, TimesOutNoEarlierThanAsked)
     uEvent event(false);
     uEvent* events[] = {&event};
     uEventListener listener(events, 1);
-    for (unsigned int const limitMs : {1U, 30U, 1001U}) { // 1001: seconds and a carry
+    for (unsigned int const limitMs : {1U, 1001U}) { // seconds and a carry
         auto const start = std::chrono::steady_clock::now();
         EXPECT_FALSE(event.Wait(limitMs));
         EXPECT_EQ(listener.Wait(limitMs), -1);
@@ -75,20 +73,6 @@ TEST(EventListenerTest, ReportsTheFirstSetEventAndClearsAllThatAreSet)
     EXPECT_EQ(uEventListener(nullptr, 3).Wait(0), -1);
 }
 
-TEST(EventListenerTest, ConsumesTheEventThatWakesIt)
-{
-    uEvent a(false);
-    uEvent b(false);
-    uEvent* events[] = {&b, &a, &b};
-    uEventListener listener(events, 3);
-    std::thread setter([&] { b.Set(); });
-    int const index = listener.Wait(forever);
-    setter.join();
-    // 2 when woken (the last place of a duplicate), 0 when it was set before the wait began.
-    EXPECT_TRUE(index == 2 || index == 0) << index;
-    EXPECT_FALSE(b.IsSet());
-}
-
 TEST(EventListenerTest, LeavesItsEventsWhenDestroyed)
 {
     uEvent event(false);
@@ -101,17 +85,27 @@ TEST(EventListenerTest, LeavesItsEventsWhenDestroyed)
 }
 
 // Every Set must be seen by somebody: the listener has to end after exactly as many wake-ups as
-// there were signals, one signal being outstanding at a time.
+// there were signals, one signal being outstanding at a time, whatever another event does
+// meanwhile.
 TEST(EventListenerTest, LosesNoWakeUp)
 {
     constexpr int rounds = 3000;
     uEvent request[2] = {uEvent(false), uEvent(false)};
+    uEvent noise(false);
     uEvent done(false);
-    uEvent* events[] = {&request[0], &request[1]};
-    uEventListener listener(events, 2);
+    uEvent* events[] = {&request[0], &request[1], &noise};
+    uEventListener listener(events, 3);
+    std::atomic<bool> stop{false};
+    std::thread noisy([&] {
+        while (!stop)
+            noise.Set();
+    });
     std::thread server([&] {
         for (int i = 0; i < rounds; ++i) {
-            EXPECT_EQ(listener.Wait(forever), i % 2);
+            int index = 2;
+            while (index == 2)
+                index = listener.Wait(forever);
+            EXPECT_EQ(index, i % 2);
             done.Set();
         }
     });
@@ -120,6 +114,8 @@ TEST(EventListenerTest, LosesNoWakeUp)
         ASSERT_TRUE(done.Wait(30'000)) << "signal " << i << " was lost";
     }
     server.join();
+    stop = true;
+    noisy.join();
 }
 
 // Set arrives around the moment at which the wait times out: either the wait takes it or it stays
@@ -130,7 +126,6 @@ TEST(EventListenerTest, NeitherLosesNorDoublesASignalThatMeetsTheTimeOut)
     uEvent* events[] = {&event};
     uEventListener listener(events, 1);
     std::minstd_rand random(1);
-    int signals = 0;
     int taken = 0;
     for (int i = 0; i < 300; ++i) {
         auto const delayUs = static_cast<unsigned int>(random() % 2000);
@@ -138,12 +133,11 @@ TEST(EventListenerTest, NeitherLosesNorDoublesASignalThatMeetsTheTimeOut)
             std::this_thread::sleep_for(std::chrono::microseconds(delayUs));
             event.Set();
         });
-        ++signals;
         taken += listener.Wait(1) == 0 ? 1 : 0;
         setter.join();
         taken += event.Wait(0) ? 1 : 0;
     }
-    EXPECT_EQ(taken, signals);
+    EXPECT_EQ(taken, 300);
 }
 
 } // namespace
