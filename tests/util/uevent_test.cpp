@@ -73,6 +73,26 @@ TEST(EventListenerTest, ReportsTheFirstSetEventAndClearsAllThatAreSet)
     EXPECT_EQ(uEventListener(nullptr, 3).Wait(0), -1);
 }
 
+// An event that was set before the wait is found at its first place, one that wakes it at its last.
+TEST(EventListenerTest, ConsumesTheEventThatWakesIt)
+{
+    uEvent a(false);
+    uEvent b(false);
+    uEvent* events[] = {&b, &a, &b};
+    uEventListener listener(events, 3);
+    int index = 0;
+    for (int round = 0; round < 1000 && index == 0; ++round) {
+        std::thread setter([&] {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            b.Set();
+        });
+        index = listener.Wait(forever);
+        setter.join();
+        EXPECT_FALSE(b.IsSet());
+    }
+    EXPECT_EQ(index, 2);
+}
+
 TEST(EventListenerTest, LeavesItsEventsWhenDestroyed)
 {
     uEvent event(false);
