@@ -21,16 +21,30 @@ void setBoxFile(std::string const& path, std::string const& content)
     std::ofstream(boxRoot() + path, std::ios::binary) << content;
 }
 
-std::vector<std::string> newTransfers()
+namespace {
+
+std::vector<std::string> newLines(std::string const& log)
 {
     std::vector<std::string> lines;
-    std::istringstream log(boxFile("/log/transfers.log"));
-    for (std::string day, time, process, line; log >> day >> time >> process;) {
-        std::getline(log, line);
+    std::istringstream text(boxFile(log));
+    for (std::string day, time, process, line; text >> day >> time >> process;) {
+        std::getline(text, line);
         lines.push_back(line.substr(line.find_first_not_of(' ')));
     }
-    setBoxFile("/log/transfers.log", "");
+    setBoxFile(log, "");
     return lines;
+}
+
+} // namespace
+
+std::vector<std::string> newTransfers()
+{
+    return newLines("/log/transfers.log");
+}
+
+std::vector<std::string> newCommands()
+{
+    return newLines("/log/commands.log");
 }
 
 } // namespace testing_support

@@ -13,4 +13,7 @@ void setBoxFile(std::string const& path, std::string const& content);
 /// fe".
 std::vector<std::string> newTransfers();
 
+/// The shell commands logged since the last call, likewise.
+std::vector<std::string> newCommands();
+
 } // namespace testing_support
