@@ -161,7 +161,7 @@ void install(FirmwareOptions const& options)
 std::string nameInTmp(std::string const& file)
 {
     fs::path const path(file);
-    std::string const name = path.filename().string();
+    std::string name = path.filename().string();
     std::error_code error;
     bool const isInTmp = !path.has_parent_path() || path.parent_path() == "/tmp" ||
                          fs::equivalent(path.parent_path(), boxPath("/tmp"), error);
