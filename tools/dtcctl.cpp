@@ -20,6 +20,7 @@ int run(int argc, char** argv)
     dtcctl::addPing(app, status);
     dtcctl::addVars(app, status);
     dtcctl::addChecksum(app, status);
+    dtcctl::addFirmware(app, status);
     dtcctl::addLed(app, status);
     dtcctl::addFpga(app, status);
     dtcctl::addEeprom(app, status);

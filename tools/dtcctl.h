@@ -37,6 +37,7 @@ void addEeprom(CLI::App& app, int& status);
 void addReset(CLI::App& app, int& status);
 void addVars(CLI::App& app, int& status);
 void addChecksum(CLI::App& app, int& status);
+void addFirmware(CLI::App& app, int& status);
 
 /// Adds nothing in a build for the real box, where there is no simulated one to show.
 void addBox(CLI::App& app, int& status);

@@ -27,18 +27,28 @@ inline void setBoxFile(std::string const& path, std::string const& content)
     std::ofstream(KORVA::DTC::PLATFORM::boxRoot() + path, std::ios::binary) << content;
 }
 
-/// The transfers logged since the last call, without time and process: "write bit_io 0x1a 2: 03
-/// fe".
-inline std::vector<std::string> newTransfers()
+/// The lines that a log of the box has gained since the last call, without time and process.
+inline std::vector<std::string> newLines(std::string const& log)
 {
     std::vector<std::string> lines;
-    std::istringstream log(boxFile("/log/transfers.log"));
-    for (std::string day, time, process, line; log >> day >> time >> process >> std::ws;) {
-        std::getline(log, line);
+    std::istringstream text(boxFile(log));
+    for (std::string day, time, process, line; text >> day >> time >> process >> std::ws;) {
+        std::getline(text, line);
         lines.push_back(line);
     }
-    setBoxFile("/log/transfers.log", "");
+    setBoxFile(log, "");
     return lines;
+}
+
+/// For example "write bit_io 0x1a 2: 03 fe".
+inline std::vector<std::string> newTransfers()
+{
+    return newLines("/log/transfers.log");
+}
+
+inline std::vector<std::string> newCommands()
+{
+    return newLines("/log/commands.log");
 }
 
 } // namespace testing_support
