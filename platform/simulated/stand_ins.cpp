@@ -61,8 +61,10 @@ case $interface in
     *) echo "$interface: error fetching interface information: Device not found" >&2; exit 1 ;;
 esac
 echo "$interface      Link encap:Ethernet  HWaddr 00:1B:C5:07:90:01  "
-if [ "$(cat "$DTC_BOX/run/network")" = up ]; then
-    echo "          inet addr:$(cat "$DTC_BOX/run/address")  Bcast:192.168.255.255  Mask:255.255.0.0"
+read -r state < "$DTC_BOX/run/network"
+if [ "$state" = up ]; then
+    read -r address < "$DTC_BOX/run/address"
+    echo "          inet addr:$address  Bcast:192.168.255.255  Mask:255.255.0.0"
 fi
 )sh"},
     {"bin/ifup",
@@ -85,7 +87,7 @@ put network up
 )sh"},
     {"bin/date",
      R"sh(# date: the box's clock, which is the desk's and an offset; -s sets the offset.
-offset=$(cat "$DTC_BOX/run/clock-offset")
+read -r offset < "$DTC_BOX/run/clock-offset"
 if [ "$1" = -s ]; then
     case $2 in
         [0-9][0-9][0-9][0-9].[0-9][0-9].[0-9][0-9]-[0-9][0-9]:[0-9][0-9]:[0-9][0-9]) ;;
@@ -96,7 +98,7 @@ if [ "$1" = -s ]; then
     put clock-offset "$((wanted - $(desk_date +%s)))"
     exit 0
 fi
-desk_date -d "@$(($(desk_date +%s) + offset))" "$@"
+desk_date -d "now $offset seconds" "$@"
 )sh"},
     {"bin/flash_eraseall", R"sh(# flash_eraseall: empties a flash partition.
 for device; do :; done

@@ -61,24 +61,6 @@ TEST_F(SimulatedShellTest, SetsTheClockOfTheBoxOnly)
         EXPECT_EQ(runInShell(std::string("date -s ") + word).status, 1) << word;
 }
 
-TEST_F(SimulatedShellTest, WritesFirmwareToTheFlashOfTheBox)
-{
-    ShellResult const result = runInShell(
-        "echo hello > /tmp/greeting; tar czf /tmp/rootfs.tar.gz -C /tmp greeting; rm /tmp/greeting;"
-        "echo kernel > /tmp/uImage; tar czf /tmp/fw.tgz -C /tmp rootfs.tar.gz uImage;"
-        "rm /tmp/rootfs.tar.gz /tmp/uImage;"
-        "tar xzf /tmp/fw.tgz -C /tmp;rm /tmp/fw.tgz;ls /tmp;"
-        "mount / -o remount,rw; mkdir -p /mnt/flash;flash_eraseall -j /dev/mtd5;"
-        "mount -t jffs2 /dev/mtdblock5 /mnt/flash;tar xzf /tmp/rootfs.tar.gz -C /mnt/flash;"
-        "umount /mnt/flash;rmdir /mnt/flash;rm /tmp/rootfs.tar.gz;"
-        "flash_eraseall -j /dev/mtd4;ftl_format /dev/mtd4;nandwrite -p /dev/mtd4 /tmp/uImage;"
-        "rm /tmp/uImage; ls /tmp; ls /mnt; ls /flash");
-    EXPECT_EQ(result.output, "rootfs.tar.gz\nuImage\nmtd2\nmtd3\nmtd4\nmtd5\nmtd5.d\n");
-    EXPECT_EQ(boxFile("/flash/mtd5.d/greeting") + boxFile("/flash/mtd4"), "hello\nkernel\n");
-    EXPECT_EQ(runInShell("flash_eraseall -j /dev/mtd5; ls /flash").output,
-              "mtd2\nmtd3\nmtd4\nmtd5\n");
-}
-
 TEST_F(SimulatedShellTest, FindsNoCommandOfTheDesk)
 {
     for (char const* command : {"reboot --help", "/sbin/reboot --help", "curl --version", "id",
