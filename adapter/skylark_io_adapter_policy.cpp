@@ -1,7 +1,6 @@
 #include "adapter/skylark_io_adapter_policy.h"
 
 #include "adapter/skylark_io_adapter_box_file.h"
-#include "adapter/skylark_io_adapter_cancellation.h"
 #include "adapter/skylark_io_adapter_filter.h"
 #include "conf/dtc_conf_gpp_fpga.h"
 #include "conf/dtc_conf_schema.h"
@@ -30,7 +29,6 @@ Decision decide(std::string const& address, bool severalMachines)
 /// Notes for all programs on the box who holds it. A record that cannot be written stays as it is.
 void recordHolder(char const* holder) noexcept
 {
-    NoCancellation const whole;
     try {
         BoxFile const record = rewriteBoxFile("/tmp/ip_client");
         if (record != nullptr)
@@ -43,11 +41,9 @@ void recordHolder(char const* holder) noexcept
 
 uMutex skylark_Server::m_conf_lock;
 
-/// A client that cannot be judged is refused without a sign. Cancelling the thread waits until the
-/// bus is free again and the LED is as it was.
+/// A client that cannot be judged is refused without a sign.
 bool skylark_Server::is_client_allowed(char const* address)
 {
-    NoCancellation const whole;
     uMutexGuard const guard(m_conf_lock);
     try {
         Decision const decision = decide(address, is_multiclient_allowed());
