@@ -18,6 +18,7 @@ int run(int argc, char** argv)
     dtcctl::addServe(app, status);
     dtcctl::addSend(app, status);
     dtcctl::addPing(app, status);
+    dtcctl::addWho(app, status);
     dtcctl::addVars(app, status);
     dtcctl::addChecksum(app, status);
     dtcctl::addFirmware(app, status);

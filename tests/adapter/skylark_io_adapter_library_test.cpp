@@ -151,7 +151,7 @@ TEST(LibraryTest, UnloadsAThousandTimesWhateverIsStillOpen)
         {
             Library library;
             ASSERT_TRUE(isLoaded());
-            if (i % 20 == 0)
+            if (i % 100 == 0)
                 library.exchange("0x7F000001", "dtc_io", 55755);
         }
         ASSERT_FALSE(isLoaded()) << i;
@@ -164,9 +164,9 @@ auto failsWith(char const* text)
     return testing::ThrowsMessage<std::exception>(testing::HasSubstr(text));
 }
 
-// Without its devices the library loads at once and moves messages; who needs the devices is told
-// so at the first use, and is served once they are there.
-TEST(LibraryTest, LoadsAndServesWithoutItsDevices)
+// Without its devices the library loads at once; who needs them, the set-up of the network among
+// them, is told so at the first use, and is served once they are there.
+TEST(LibraryTest, LoadsWithoutItsDevicesAndServesOnceTheyAreThere)
 {
     Library(); // makes the box
     std::string const devices = std::string(std::getenv("DTC_BOX_ROOT")) + "/dev";
@@ -174,18 +174,20 @@ TEST(LibraryTest, LoadsAndServesWithoutItsDevices)
     std::filesystem::rename(devices, aside);
     {
         Library library;
-        library.exchange("0x7F000001", "dtc_conf", 55756);
-        std::filesystem::create_directory(devices);
-        mkfifo((devices + "/mem").c_str(), 0600);
         void* (*const drivers[])() = {library.find("_ZN5KORVA3DTC6PERIPH7getFPGAEv"),
                                       library.find("_ZN5KORVA3DTC6PERIPH6getPMXEv")};
-        for (auto const get : drivers) {
+        for (auto const get : drivers)
             EXPECT_THAT(get, failsWith("/dev/mem could not be opened")) << "what the load met";
+        EXPECT_EQ(library.create("dtc_conf", 0, &library.server), DTC_IO_NO_CONNECTION);
+        EXPECT_EQ(library.status(), 3);
+        std::filesystem::create_directory(devices);
+        mkfifo((devices + "/mem").c_str(), 0600);
+        for (auto const get : drivers)
             EXPECT_THAT(get, failsWith("call to mmap() failed")) << "tried again";
-        }
         std::filesystem::remove_all(devices);
         std::filesystem::rename(aside, devices);
         EXPECT_TRUE(drivers[0]() != nullptr && drivers[1]() != nullptr);
+        library.exchange("0x7F000001", "dtc_conf", 55756);
     }
     EXPECT_FALSE(isLoaded());
 }
