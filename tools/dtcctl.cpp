@@ -18,6 +18,7 @@ int run(int argc, char** argv)
     dtcctl::addServe(app, status);
     dtcctl::addSend(app, status);
     dtcctl::addPing(app, status);
+    dtcctl::addWho(app, status);
     dtcctl::addLed(app, status);
     dtcctl::addFpga(app, status);
     dtcctl::addEeprom(app, status);

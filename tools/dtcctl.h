@@ -31,6 +31,7 @@ public:
 void addServe(CLI::App& app, int& status);
 void addSend(CLI::App& app, int& status);
 void addPing(CLI::App& app, int& status);
+void addWho(CLI::App& app, int& status);
 void addLed(CLI::App& app, int& status);
 void addFpga(CLI::App& app, int& status);
 void addEeprom(CLI::App& app, int& status);

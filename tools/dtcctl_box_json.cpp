@@ -1,26 +1,9 @@
 #include "tools/dtcctl_box_json.h"
 
-#include <cstdio>
+#include "tools/dtcctl_json.h"
 
 namespace dtcctl {
 namespace {
-
-std::string quoted(std::string const& text)
-{
-    std::string result = "\"";
-    for (char const c : text) {
-        if (c == '"' || c == '\\')
-            result += '\\';
-        if (static_cast<unsigned char>(c) >= ' ') {
-            result += c;
-            continue;
-        }
-        char escape[sizeof "\\u0000"];
-        std::snprintf(escape, sizeof escape, "\\u%04x", static_cast<unsigned int>(c));
-        result += escape;
-    }
-    return result + '"';
-}
 
 std::string json(std::string const& text)
 {

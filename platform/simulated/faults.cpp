@@ -18,6 +18,7 @@ struct State
     bool refuseBinding = false;
     bool refuseMapping = false;
     bool refuseShell = false;
+    unsigned int commandsUntilRefusal = 0; // 0: none is refused
 };
 
 // Constant-initialised and trivially destroyed: usable as long as the library is in the process.
@@ -68,6 +69,11 @@ void refuseShell()
     locked([] { state.refuseShell = true; });
 }
 
+void refuseCommand(unsigned int n)
+{
+    locked([=] { state.commandsUntilRefusal = n; });
+}
+
 void clear()
 {
     locked([] { state = State(); });
@@ -100,9 +106,12 @@ bool isMappingRefused()
     return locked([] { return state.refuseMapping; });
 }
 
-bool isShellRefused()
+bool isNextCommandRefused()
 {
-    return locked([] { return state.refuseShell; });
+    return locked([] {
+        bool const counts = state.commandsUntilRefusal > 0;
+        return (counts && --state.commandsUntilRefusal == 0) || state.refuseShell;
+    });
 }
 
 } // namespace KORVA::DTC::PLATFORM::FAULTS

@@ -23,6 +23,9 @@ void refuseBinding();
 void refuseMapping();
 void refuseShell();
 
+/// The n-th shell command from now on (1: the next one) cannot be started.
+void refuseCommand(unsigned int n);
+
 /// No faults any more.
 void clear();
 

@@ -91,7 +91,7 @@ std::FILE* start(std::string const& root, char const* command)
 
 std::FILE* openShell(char const* command)
 {
-    if (FAULTS::isShellRefused()) {
+    if (FAULTS::isNextCommandRefused()) {
         errno = EAGAIN;
         return nullptr;
     }

@@ -111,8 +111,8 @@ TEST_F(AdapterTest, SaysWhyItMadeNoConnection)
 
 TEST_F(AdapterTest, OwnsItsConnectionsUntilTheyAreClosed)
 {
-    std::size_t const before = openDescriptors();
     EXPECT_TRUE(adapter.initialize());
+    std::size_t const before = openDescriptors();
     EXPECT_EQ(std::signal(SIGPIPE, SIG_DFL), SIG_IGN);
     IOAdapter_Connection* const io = adapter.create("dtc_io", 0);
     IOAdapter_Connection* const conf = adapter.create("dtc_conf", 10);

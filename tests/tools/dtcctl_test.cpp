@@ -126,12 +126,13 @@ TEST(ExamplesTest, TalkToEachOther)
 {
     auto const serving = start("example_serve", {});
     std::string output;
-    for (int attempt = 0; attempt < 2000 && output != "tag 7: hi\n"; ++attempt) {
+    for (int attempt = 0; attempt < 50 && output.find("tag 7: hi\n") == std::string::npos;
+         ++attempt) {
         auto const client = start("example_client", {"0x7F000001", "hi"});
         client->wait(); // fails until the server listens
         output = client->output();
     }
-    EXPECT_EQ(output, "tag 7: hi\n");
+    EXPECT_THAT(output, HasSubstr("tag 7: hi\n"));
     EXPECT_THAT(run("example_client", {}, 2), HasSubstr("usage"));
 }
 
