@@ -1,5 +1,6 @@
 #include "adapter/skylark_io_adapter_filter.h"
 
+#include <algorithm>
 #include <gtest/gtest.h>
 #include <random>
 #include <sstream>
@@ -41,6 +42,21 @@ std::vector<std::string> pieces(std::string const& text, char delimiter)
     return result;
 }
 
+std::string decidedPlainly(std::string const& filter, std::string const& address)
+{
+    auto const given = pieces(address, '.');
+    for (std::string const& pattern : pieces(filter, ',')) {
+        auto const wanted = pieces(pattern, '.');
+        bool differs = given.size() == 4 && (wanted.size() == 3 || wanted.size() == 4);
+        if (differs)
+            differs = !std::equal(wanted.begin(), wanted.end(), given.begin(),
+                                  [](auto const& w, auto const& g) { return w.empty() || w == g; });
+        if (!differs)
+            return pattern;
+    }
+    return "refused";
+}
+
 TEST(FilterTest, DecidesManyListsAsTheRuleSays)
 {
     constexpr int lists = 20'000;
@@ -50,28 +66,13 @@ TEST(FilterTest, DecidesManyListsAsTheRuleSays)
         std::string filter;
         for (auto count = random() % 16; count > 0; --count)
             filter += std::vector<char const*>{"1", "2", ".", ".", ".1.", ".2", ","}[random() % 7];
-        std::string const address = random() % 50 == 0  ? "1.2.1"
-                                    : random() % 2 == 0 ? "1.1.1.2"
-                                                        : "1.2.1.2";
-        std::string expected = "refused";
-        for (std::string const& pattern : pieces(filter, ',')) {
-            auto const given = pieces(address, '.');
-            auto const wanted = pieces(pattern, '.');
-            bool admits = given.size() != 4 || wanted.size() < 3 || wanted.size() > 4;
-            if (!admits) {
-                admits = true;
-                for (std::size_t part = 0; part < wanted.size(); ++part)
-                    admits = admits && (wanted[part].empty() || wanted[part] == given[part]);
-            }
-            if (admits) {
-                expected = pattern;
-                break;
-            }
-        }
-        ASSERT_EQ(decided(filter, address), expected) << filter << " for " << address;
-        refusals += expected == "refused" ? 1 : 0;
+        char const* const address =
+            std::vector<char const*>{"1.1.1.2", "1.2.1.2", "1.2.1"}[random() % 31 % 3];
+        ASSERT_EQ(decided(filter, address), decidedPlainly(filter, address))
+            << filter << " for " << address;
+        refusals += decided(filter, address) == "refused" ? 1 : 0;
     }
-    EXPECT_TRUE(refusals > lists / 10 && refusals < lists - lists / 10) << refusals;
+    EXPECT_TRUE(refusals > lists / 20 && refusals < lists - lists / 20) << refusals;
 }
 
 } // namespace

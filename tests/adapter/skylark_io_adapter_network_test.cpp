@@ -1,12 +1,12 @@
 #include "adapter/skylark_io_adapter_network.h"
 
-#include "conf/dtc_conf_vars.h"
 #include "platform/simulated/box_files.h"
 #include "platform/simulated/faults.h"
 #include "tests/support/box_state.h"
 
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <gmock/gmock.h>
 #include <thread>
 #include <unistd.h>
@@ -45,34 +45,21 @@ TEST(NetworkTest, WritesTheInterfacesFileAndRunsTheCommand)
 {
     struct
     {
-        std::vector<std::pair<char const*, char const*>> variables;
-        std::string says, file, address;
+        std::string image, says, file, address;
     } const cases[] = {
-        {{{"ipLeasehours", "24"}, {"ipLeasetime", "9"}, {"ipHwaddress", "h"}, {"ipMtu", "9"}},
-         "dhcp",
-         "dhcp\n    leasehours 24\n    leasetime 9\n    hwaddress h\n",
-         "192.168.0.2\n"},
-        {{{"ipConfig", "192.168.0.10"}},
-         "static ip address : 192.168.0.10",
-         "static\n    address 192.168.0.10\n    netmask 255.255.0.0\n",
-         "192.168.0.10\n"},
-        {{{"ipConfig", "DHCP"},
-          {"ipNetmask", "m"},
-          {"ipBroadcast", "b"},
-          {"ipNetwork", "n"},
-          {"ipGateway", "g"},
-          {"ipPointopoint", "p"},
-          {"ipHwaddress", "h"},
-          {"ipMtu", "1500"}},
+        {"ipLeasehours=24\nipLeasetime=9\nipHwaddress=h\nipMtu=9\n", "dhcp",
+         "dhcp\n    leasehours 24\n    leasetime 9\n    hwaddress h\n", "192.168.0.2\n"},
+        {"ipConfig=192.168.0.10\n", "static ip address : 192.168.0.10",
+         "static\n    address 192.168.0.10\n    netmask 255.255.0.0\n", "192.168.0.10\n"},
+        {"ipConfig=DHCP\nipNetmask=m\nipBroadcast=b\nipNetwork=n\nipGateway=g\nipPointopoint=p\n"
+         "ipHwaddress=h\nipMtu=1500\nipLeasetime=9\n",
          "static ip address : DHCP",
          "static\n    address DHCP\n    netmask m\n    broadcast b\n    network n\n    gateway g\n"
          "    pointopoint p\n    hwaddress h\n    mtu 1500\n",
          "DHCP\n"}};
     for (auto const& c : cases) {
         PLATFORM::renewBox();
-        CONF::Vars vars("");
-        vars.assign(c.variables.begin(), c.variables.end());
-        vars.write();
+        std::fstream(PLATFORM::boxRoot() + "/dev/i2c/eeprom") << c.image << '\0';
         expect("Configuring network for " + c.says + "\n1 0\n", call);
         EXPECT_EQ(boxFile("/tmp/interfaces"),
                   "auto lo\niface lo inet loopback\niface eth0 inet " + c.file);

@@ -1,6 +1,5 @@
 #include "adapter/skylark_io_adapter_policy.h"
 
-#include "conf/dtc_conf_vars.h"
 #include "platform/simulated/box_files.h"
 #include "platform/simulated/faults.h"
 #include "tests/support/box_state.h"
@@ -11,6 +10,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <gtest/gtest.h>
 #include <list>
@@ -52,10 +52,8 @@ protected:
 
     static void setFilter(char const* filter)
     {
-        CONF::Vars vars("");
-        vars.emplace_back("_ipFilter", filter);
-        vars.write();
-        newTransfers();
+        std::fstream(PLATFORM::boxRoot() + "/dev/i2c/eeprom") << "_ipFilter=" << filter << '\n'
+                                                              << '\0';
     }
 
     /// How often the first LED has changed since the last call.
@@ -118,6 +116,9 @@ TEST_F(PolicyTest, AppliesANewFilterToTheNextClient)
     EXPECT_EQ(changes(), 4) << "two blinks";
     EXPECT_FALSE(admits(*io, "127.0.0.6"));
     EXPECT_EQ(changes(), 2) << "busy comes first";
+    setFilter("");
+    EXPECT_FALSE(admits(conf, "127.0.0.5"));
+    EXPECT_EQ(changes(), 4) << "no pattern admits anybody";
     setFilter("none");
     EXPECT_TRUE(admits(conf, "127.0.0.6"));
 }
@@ -139,6 +140,7 @@ TEST_F(PolicyTest, RefusesInSilenceAndWithoutHarmWhatItCannotJudge)
         EXPECT_TRUE(admits(conf, "127.0.0.6"));
     }
     setFilter("127.0.0.5");
+    newTransfers();
     EXPECT_FALSE(admits(conf, "127.0.0.6"));
     auto const transfers = static_cast<unsigned int>(newTransfers().size());
     onTransfer(transfers - 3, Transfer::Fails); // the last one of the third change
