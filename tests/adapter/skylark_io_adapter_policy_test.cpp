@@ -150,18 +150,10 @@ TEST_F(PolicyTest, RefusesInSilenceAndWithoutHarmWhatItCannotJudge)
 }
 
 // The server's lock is held while a client is judged: the others' messages wait, but none is lost,
-// torn or overtaken. A thread that is cancelled meanwhile ends after it, with nothing left held.
+// torn or overtaken.
 TEST_F(PolicyTest, KeepsItsPromisesWhileItJudges)
 {
     setFilter("127.0.0.5");
-    auto const echo = [](void* server) -> void* {
-        for (auto& echoing = *static_cast<skylark_Server*>(server);;) {
-            Incoming const incoming = receiveFrom(echoing, 20);
-            sendTo(echoing, incoming.clientId, incoming.tag, incoming.payload);
-        }
-    };
-    pthread_t serving{};
-    ASSERT_EQ(pthread_create(&serving, nullptr, echo, &conf), 0);
     std::atomic<bool> judged{false};
     std::thread others([&] {
         for (char const* address : {"127.0.0.6", "127.0.0.5", "127.0.0.6"}) {
@@ -170,16 +162,39 @@ TEST_F(PolicyTest, KeepsItsPromisesWhileItJudges)
         }
         judged = true;
     });
-    RawPeer peer(portOf(conf), "127.0.0.5");
     constexpr unsigned int ahead = 8;
-    for (unsigned int i = 0; i < ahead || !judged; ++i) {
-        peer.send(message("message", i));
-        std::string const expected = i < ahead ? "" : message("message", i - ahead);
-        EXPECT_EQ(peer.receive(expected.size()), expected);
+    std::atomic<bool> done{false};
+    RawPeer peer(portOf(conf), "127.0.0.5");
+    std::thread client([&] {
+        for (unsigned int i = 0; i < ahead || !judged; ++i) {
+            peer.send(message("message", i));
+            std::string const expected = i < ahead ? "" : message("message", i - ahead);
+            EXPECT_EQ(peer.receive(expected.size()), expected);
+        }
+        done = true;
+    });
+    while (!done) {
+        Incoming const incoming = receiveFrom(conf, 20);
+        sendTo(conf, incoming.clientId, incoming.tag, incoming.payload);
     }
+    client.join();
     others.join();
-    newTransfers();
+}
+
+// A thread that is cancelled meanwhile brings the refusal to its end first.
+TEST_F(PolicyTest, LeavesNothingHeldWhenItsThreadIsCancelled)
+{
+#ifdef __SANITIZE_ADDRESS__
+    GTEST_SKIP() << "the address sanitizer takes the unwinding of a cancelled thread for an error";
+#endif
+    setFilter("127.0.0.5");
     RawPeer stranger(portOf(conf), "127.0.0.6");
+    auto const serve = [](void* server) -> void* {
+        static_cast<skylark_Server*>(server)->receive_ready(DTC_IO_NO_TIME_LIMIT);
+        return nullptr;
+    };
+    pthread_t serving{};
+    ASSERT_EQ(pthread_create(&serving, nullptr, serve, &conf), 0);
     while (boxFile("/log/transfers.log").find("write eeprom") == std::string::npos)
         std::this_thread::yield();
     pthread_cancel(serving);
