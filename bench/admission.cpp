@@ -1,45 +1,21 @@
 // What it takes a server to admit a client, on a simulated box in a temporary directory: the time
 // from connecting to the first reply, beside what the admission consists of.
 #include "adapter/dtc_io.h"
+#include "bench/temporary_box.h"
 #include "conf/dtc_conf_gpp_fpga.h"
 #include "conf/dtc_conf_gpp_system.h"
 #include "conf/dtc_conf_vars.h"
 #include "periph/dtc_periph_led.h"
 
 #include <benchmark/benchmark.h>
-#include <cstdlib>
-#include <filesystem>
 #include <memory>
 #include <string>
-#include <unistd.h>
 
 using namespace KORVA::DTC;
 
 namespace {
 
-/// Before the drivers map the box's memory, which they do while static objects are made.
-class TemporaryBox
-{
-public:
-    TemporaryBox()
-    {
-        if (mkdtemp(m_directory) == nullptr)
-            std::abort();
-        setenv("DTC_BOX_ROOT", (std::string(m_directory) + "/box").c_str(), 1);
-    }
-    ~TemporaryBox()
-    {
-        std::error_code ignored;
-        std::filesystem::remove_all(m_directory, ignored);
-    }
-    TemporaryBox(TemporaryBox const&) = delete;
-    TemporaryBox& operator=(TemporaryBox const&) = delete;
-
-private:
-    char m_directory[32] = "/tmp/bench_admission.XXXXXX";
-};
-
-__attribute__((init_priority(101))) TemporaryBox const temporaryBox;
+__attribute__((init_priority(101))) bench::TemporaryBox const temporaryBox;
 
 using Handle = std::unique_ptr<void, decltype(&DTC_IO_Close)>;
 

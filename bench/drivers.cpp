@@ -1,45 +1,21 @@
 // What loading the library and using its drivers costs, on a simulated box in a temporary
 // directory.
+#include "bench/temporary_box.h"
 #include "periph/dtc_periph_fpga.h"
 #include "periph/dtc_periph_i2c_linux.h"
 #include "periph/dtc_periph_led.h"
 
 #include <benchmark/benchmark.h>
-#include <cstdlib>
 #include <ctime>
 #include <dlfcn.h>
-#include <filesystem>
 #include <string>
-#include <unistd.h>
 #include <vector>
 
 using namespace KORVA::DTC::PERIPH;
 
 namespace {
 
-/// Before the drivers map the box's memory, which they do while static objects are made.
-class TemporaryBox
-{
-public:
-    TemporaryBox()
-    {
-        if (mkdtemp(m_directory) == nullptr)
-            std::abort();
-        setenv("DTC_BOX_ROOT", (std::string(m_directory) + "/box").c_str(), 1);
-    }
-    ~TemporaryBox()
-    {
-        std::error_code ignored;
-        std::filesystem::remove_all(m_directory, ignored);
-    }
-    TemporaryBox(TemporaryBox const&) = delete;
-    TemporaryBox& operator=(TemporaryBox const&) = delete;
-
-private:
-    char m_directory[32] = "/tmp/bench_drivers.XXXXXX";
-};
-
-__attribute__((init_priority(101))) TemporaryBox const temporaryBox;
+__attribute__((init_priority(101))) bench::TemporaryBox const temporaryBox;
 
 /// The library file, though the drivers below are linked in: nothing of it is in the process yet.
 void loadAndUnload(benchmark::State& state)
