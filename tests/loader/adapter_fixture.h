@@ -46,13 +46,4 @@ private:
     std::string m_log;
 };
 
-/// How often text stands in log.
-inline int countIn(std::string const& log, std::string const& text)
-{
-    int count = 0;
-    for (std::size_t at = 0; (at = log.find(text, at)) != std::string::npos; ++at)
-        ++count;
-    return count;
-}
-
 } // namespace testing_support
