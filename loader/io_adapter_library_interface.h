@@ -16,7 +16,7 @@ struct IOAdapterLibraryInterface
     decltype(&DTC_IO_Close) close = nullptr;
     /// "DTC_IO_Send", which older libraries have instead of send_v2: it does not tell how much it
     /// has sent.
-    DTC_IO_STATUS (*send)
+    DTC_IO_STATUS(*send)
     (void* connection, unsigned int clientId, unsigned int tag, unsigned int* buffer,
      unsigned int length) = nullptr;
     decltype(&DTC_IO_Send_V2) send_v2 = nullptr;
