@@ -4,7 +4,7 @@
 
 namespace testing_support {
 
-int memoryRequestsLeft = -1;
+thread_local int memoryRequestsLeft = -1;
 
 }
 
