@@ -34,7 +34,9 @@ target_link_libraries(skylark_io PRIVATE skylark_io_objects skylark_platform_${D
 target_include_directories(skylark_io INTERFACE "${CMAKE_SOURCE_DIR}")
 target_link_options(skylark_io PRIVATE
   "LINKER:--version-script=${skylark_version_script}"
-  LINKER:-Bsymbolic-functions # calls within the library are direct, and nobody can come between
+  # The library uses its own functions and data, whatever else the process holds: a program may drive several
+  # adapter libraries that let out the same names.
+  LINKER:-Bsymbolic
   LINKER:--gc-sections LINKER:--as-needed LINKER:-z,relro LINKER:-z,now)
 
 add_library(skylark_io_static STATIC)

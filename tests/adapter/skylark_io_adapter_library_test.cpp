@@ -103,9 +103,9 @@ TEST(LibraryTest, LetsOutWhatItPromisesAndNothingElse)
         if (symbol.rfind("DTC_", 0) == 0)
             functions.insert(symbol);
         else
-            EXPECT_THAT(
-                line.data(),
-                testing::ContainsRegex("^(vtable for |typeinfo for |typeinfo name for )?KORVA::"));
+            EXPECT_THAT(line.data(),
+                        testing::ContainsRegex("^((vtable for |typeinfo for |typeinfo name for "
+                                               ")?KORVA::|_anyAddressInThisModuleWillDo )"));
     }
     EXPECT_THAT(functions,
                 ElementsAre("DTC_Get_Error", "DTC_Get_Status", "DTC_Get_Version", "DTC_IO_Close",
