@@ -26,7 +26,7 @@ Decision decide(std::string const& address, bool severalMachines)
     return Admitted;
 }
 
-/// Notes for all programs on the box who holds it. A record that cannot be written stays as it is.
+/// Notes for all programs on the box who holds it. One that cannot be opened stays as it is.
 void recordHolder(char const* holder) noexcept
 {
     try {

@@ -2,18 +2,19 @@
 
 #include "conf/dtc_conf_gpp_system.h"
 #include "conf/dtc_conf_schema.h"
+#include "conf/dtc_conf_shared_text.h"
 
 namespace {
 
 namespace CONF = KORVA::DTC::CONF;
 
-std::string& controlWord()
+CONF::SharedText& controlWord()
 {
-    static std::string g_control = "none";
+    static CONF::SharedText g_control("none");
     return g_control;
 }
 
-[[maybe_unused]] std::string const& madeAtLoad = controlWord();
+[[maybe_unused]] CONF::SharedText const& madeAtLoad = controlWord();
 
 /// The service's configuration is put back before inetd reads it again, so it is on only until
 /// inetd restarts.
@@ -30,7 +31,7 @@ constexpr char const* enableInetd =
 void setControl(char const* word)
 {
     if (std::string(word) != CONF::CONTROL::EnableInetd) {
-        controlWord() = word;
+        controlWord().set(word);
         return;
     }
     char output[1024];
@@ -39,5 +40,5 @@ void setControl(char const* word)
 
 void getControl(std::string& word)
 {
-    word = controlWord();
+    word = controlWord().get();
 }

@@ -1,23 +1,25 @@
 #include "conf/dtc_conf_gpp_standby.h"
 
+#include "conf/dtc_conf_shared_text.h"
+
 #include <cstdlib>
 
 namespace KORVA::DTC::CONF {
 namespace {
 
-std::string& minutes()
+SharedText& minutes()
 {
-    static std::string g_standbyMinutes = "20";
+    static SharedText g_standbyMinutes("20");
     return g_standbyMinutes;
 }
 
-[[maybe_unused]] std::string const& madeAtLoad = minutes();
+[[maybe_unused]] SharedText const& madeAtLoad = minutes();
 
 } // namespace
 
-std::string const& standbyMinutes()
+std::string standbyMinutes()
 {
-    return minutes();
+    return minutes().get();
 }
 
 void setStandbyMinutes(std::string const& value)
@@ -25,7 +27,7 @@ void setStandbyMinutes(std::string const& value)
     constexpr long limit = 20;
     long const number = std::strtol(value.c_str(), nullptr, 10);
     if (number > limit)
-        minutes() = std::to_string(number);
+        minutes().set(std::to_string(number));
 }
 
 } // namespace KORVA::DTC::CONF

@@ -1,12 +1,12 @@
 /// How many minutes without use pass until the box stands by: one text for the process, initially
-/// "20", that other programs' variable standbyMinutes sets. Not locked: callers serialise.
+/// "20", that other programs' variable standbyMinutes sets.
 #pragma once
 
 #include <string>
 
 namespace KORVA::DTC::CONF {
 
-std::string const& standbyMinutes();
+std::string standbyMinutes();
 
 /// Takes a decimal number above 20, whatever follows it; other text changes nothing.
 void setStandbyMinutes(std::string const& value);

@@ -57,6 +57,14 @@ void capture(std::FILE* stream, char const* command, char* buffer, unsigned int 
                             << std::endl;
 }
 
+/// Nobody to read it would end the command at its next output, half-way through its work.
+void discardRest(std::FILE* stream)
+{
+    char rest[outputBytes];
+    while (readAll(stream, rest, sizeof rest) == sizeof rest) {
+    }
+}
+
 bool isTrueInEnvironment(char const* name)
 {
     char const* const text = std::getenv(name);
@@ -109,6 +117,7 @@ void popenWithStdout(char const* command, char* buffer, unsigned int size)
                         (line + ": failed to open pipe for reading").c_str());
     if (buffer != nullptr)
         capture(stream.get(), command, buffer, size);
+    discardRest(stream.get());
 }
 
 } // namespace KORVA::DTC::CONF

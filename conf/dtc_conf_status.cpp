@@ -1,5 +1,8 @@
 #include "conf/dtc_conf_status.h"
 
+#include "conf/dtc_conf_shared_text.h"
+
+#include <atomic>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
@@ -39,8 +42,8 @@ char const* textOf(Status status)
 
 struct LogState
 {
-    std::string g_error = "none";
-    bool g_logEnable = false;
+    SharedText g_error{"none"};
+    std::atomic<bool> g_logEnable{false};
     std::ofstream g_nulLog; // never opened
 };
 
@@ -76,12 +79,12 @@ Status Exception::status() const noexcept
 void setError(char const* text)
 {
     if (text != nullptr)
-        state().g_error = text;
+        state().g_error.set(text);
 }
 
-std::string const& errorText()
+std::string errorText()
 {
-    return state().g_error;
+    return state().g_error.get();
 }
 
 void logEnable()

@@ -1,7 +1,6 @@
 /// Status codes, exceptions and logging of the configuration code.
 ///
-/// The error text, the log switch and the discarding stream are process-wide and not locked:
-/// callers that share a process across threads serialise their configuration calls.
+/// The error text and the log switch are process-wide; threads may use both at the same time.
 #pragma once
 
 #include "util/export.h"
@@ -56,8 +55,7 @@ private:
 /// Replaces the text that the variable _error shows, initially "none"; null leaves it as it is.
 KORVA_API void setError(char const* text);
 
-/// Valid until the next setError.
-std::string const& errorText();
+std::string errorText();
 
 /// Diagnostic lines of configuration code go to standard output while logging is enabled, by
 /// logEnable or by the environment variable DTC_CONF_LOGGING with exactly the value "true", read at
@@ -66,7 +64,8 @@ KORVA_API void logEnable();
 KORVA_API void logDisable();
 KORVA_API bool isLogEnabled();
 
-/// Where a diagnostic line goes now: standard output, or a stream that discards it.
+/// Where a diagnostic line goes now: standard output, or a stream that discards it, which one
+/// thread at a time may use.
 std::ostream& diagnostics();
 
 } // namespace KORVA::DTC::CONF

@@ -16,9 +16,9 @@ namespace KORVA::DTC::CONF {
 /// The box's configuration: such a list, and the operations that fill it from the box and store it
 /// back. New, it is empty. The order of the virtual operations is part of the binary interface.
 ///
-/// read, write and restore block, and go through values of the whole process and of the box, so the
-/// threads of a process take turns with them, on different lists too; of two programs that write,
-/// the one that is later wins whole. A thread must not be cancelled in them. They throw
+/// read, write and restore block. Threads and programs may call them at the same time, as a server
+/// does when a client comes, and each has its turn on the bus; but of two that write, the one that
+/// is later wins whole, so writers take turns. A thread must not be cancelled in them. They throw
 /// CONF::Exception (PeripheralAccessFailed, OperationFailed, SystemCallFailed); PERIPH::Exception
 /// when another process holds the lock "i2c" for five seconds (Timeout) or the FPGA's page cannot
 /// be mapped (MapFailed); and uString::error when SAFEMODE, ROVERKIT or RNDISMODE in the

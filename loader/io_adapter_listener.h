@@ -37,9 +37,12 @@ public:
     bool add_connection(char const* device, char const* service, DTC_Logger& logger);
 
     /// The first connection, in the order of the devices, that has a message ready; null when there
-    /// is none. Asks one connection after the other, each for an equal share of timeout
-    /// milliseconds: a message on a later one is noticed after the shares of those before it. With
-    /// more than one connection even 0xFFFFFFFF is shared out, and so a limit of weeks.
+    /// is none; the listener's own. Receive from it at once, with time-out 0: a server of
+    /// skylark_io.so also has something to receive when a client leaves, and then waits for the
+    /// clients that stay, see dtc_io.h. Asks one connection after the other, each for an equal
+    /// share of timeout milliseconds: a message on a later one is noticed after the shares of those
+    /// before it. With more than one connection even 0xFFFFFFFF is shared out, and so a limit of
+    /// weeks.
     IOAdapter_Connection* listen(unsigned int timeout);
 
     unsigned int connection_count() const;

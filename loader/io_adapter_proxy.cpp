@@ -11,8 +11,9 @@ void bind(uDll& library, Function& function, char const* symbol)
     function = reinterpret_cast<Function>(library.GetSymbolAddress(symbol));
 }
 
-void bindAll(uDll& library, IOAdapterLibraryInterface& interface)
+IOAdapterLibraryInterface boundTo(uDll& library)
 {
+    IOAdapterLibraryInterface interface;
     bind(library, interface.get_version, "DTC_Get_Version");
     bind(library, interface.get_status, "DTC_Get_Status");
     bind(library, interface.create, "DTC_IO_Create");
@@ -27,6 +28,7 @@ void bindAll(uDll& library, IOAdapterLibraryInterface& interface)
     bind(library, interface.get_error, "DTC_Get_Error");
     if (interface.get_error == nullptr)
         interface.get_error = default_error;
+    return interface;
 }
 
 /// A handle that the library has given out and nobody owns yet.
@@ -57,9 +59,8 @@ IOAdapterProxy::IOAdapterProxy() = default;
 
 IOAdapterProxy::~IOAdapterProxy()
 {
-    for (auto& connection : m_connections)
-        connection.reset();
-    m_connections.clear();
+    while (!m_connections.empty())
+        closeAt(m_connections.begin());
     m_library.Unload();
 }
 
@@ -77,7 +78,12 @@ bool IOAdapterProxy::Load(char const* path)
         m_error = "Load of " + m_libraryPath + " failed";
         return false;
     }
-    bindAll(m_library, m_interface);
+    try {
+        m_interface = boundTo(m_library);
+    } catch (...) { // out of memory: a proxy that is loaded has its functions
+        m_library.Unload();
+        throw;
+    }
     return true;
 }
 
@@ -126,9 +132,9 @@ IOAdapter_Connection* IOAdapterProxy::connect(Function function, char const* mis
 IOAdapter_Connection* IOAdapterProxy::adopt(void* handle)
 {
     LooseHandle loose(handle, m_interface);
-    m_connections.reserve(m_connections.size() + 1); // so that nothing fails once it has an owner
-    m_connections.push_back(std::make_unique<IOAdapterProxy_Connection>(handle, m_interface));
+    auto connection = std::make_unique<IOAdapterProxy_Connection>(handle, m_interface);
     loose.release();
+    m_connections.push_back(std::move(connection));
     return m_connections.back().get();
 }
 
@@ -138,7 +144,14 @@ void IOAdapterProxy::close(IOAdapter_Connection* connection)
         std::find_if(m_connections.begin(), m_connections.end(),
                      [connection](auto const& owned) { return owned.get() == connection; });
     if (found != m_connections.end())
-        m_connections.erase(found);
+        closeAt(found);
+}
+
+/// Off the list first: the library may call back into a program that opens or closes others.
+void IOAdapterProxy::closeAt(Connections::iterator place)
+{
+    std::unique_ptr<IOAdapterProxy_Connection> const connection = std::move(*place);
+    m_connections.erase(place);
 }
 
 char const* IOAdapterProxy::get_error()

@@ -42,8 +42,8 @@ public:
     /// The library's answer; 3 and a text when it cannot be asked.
     int get_status() override;
 
-    /// The new connection belongs to the proxy. The status alone tells whether the library made
-    /// one.
+    /// The new connection belongs to the proxy, and is gone after close and with the proxy. The
+    /// status alone tells whether the library made one. Null, with a text, on failure.
     IOAdapter_Connection* create(char const* service, unsigned int param) override;
     IOAdapter_Connection* open(char const* address, char const* service) override;
 
@@ -51,7 +51,7 @@ public:
     void close(IOAdapter_Connection* connection) override;
 
     /// The text of the last failure, a copy of the library's own where it comes from there; ""
-    /// before the first.
+    /// before the first. Valid until the next failure.
     char const* get_error() override;
 
     /// Replaces the error text; null gives "Unknown Error".
@@ -61,10 +61,12 @@ private:
     template <typename Function, typename First, typename Second>
     IOAdapter_Connection* connect(Function function, char const* missing, First first,
                                   Second second);
+    using Connections = std::vector<std::unique_ptr<IOAdapterProxy_Connection>>;
     IOAdapter_Connection* adopt(void* handle);
+    void closeAt(Connections::iterator place);
 
     IOAdapterLibraryInterface m_interface;
-    std::vector<std::unique_ptr<IOAdapterProxy_Connection>> m_connections;
+    Connections m_connections;
     uDll m_library{nullptr, -1};
     std::string m_error;
     std::string m_libraryPath;

@@ -22,11 +22,10 @@ IOAdapterProxy_Connection::~IOAdapterProxy_Connection()
 
 void IOAdapterProxy_Connection::close()
 {
-    if (m_closed)
+    if (m_closed || m_interface.close == nullptr)
         return;
     m_closed = true;
-    if (m_interface.close != nullptr)
-        m_interface.close(m_handle);
+    m_interface.close(m_handle);
 }
 
 bool IOAdapterProxy_Connection::isOpen()

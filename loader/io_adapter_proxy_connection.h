@@ -12,7 +12,8 @@ namespace KORVA::DTC {
 ///
 /// Each operation goes to the library's function with the arguments as they are and returns its
 /// status; one that fails leaves the library's error text, copied at once, in get_error. A function
-/// that the library lacks fails with -1 and a text like "Function DTC_IO_Receive() not found".
+/// that the library lacks fails with -1 and a text like "Function DTC_IO_Receive() not found";
+/// get_state alone succeeds then.
 ///
 /// Nothing here is locked: one thread at a time may use a connection, its proxy included, unless
 /// the library promises more; even then threads that fail at the same time on one connection would
@@ -43,7 +44,7 @@ public:
     DTC_IO_STATUS receive(unsigned int* clientId, unsigned int* tag, unsigned int* buffer,
                           unsigned int size, unsigned int* received, unsigned int timeout) override;
 
-    /// "" before the first failure.
+    /// "" before the first failure; valid until the next.
     char const* get_error() override;
 
     /// Replaces the error text; null gives "Unknown Error".

@@ -2,6 +2,7 @@
 
 #include "tools/dtcctl.h"
 #include "tools/dtcctl_interrupt.h"
+#include "tools/dtcctl_text.h"
 
 #include <cerrno>
 #include <cstring>
@@ -23,7 +24,8 @@ namespace {
 class Listing
 {
 public:
-    explicit Listing(std::string const& file)
+    /// how: what tar is to do, as its first word.
+    Listing(std::string const& file, char const* how) : m_how(how)
     {
         int ends[2];
         if (pipe2(ends, O_CLOEXEC) != 0)
@@ -33,7 +35,7 @@ public:
         close(ends[1]);
         if (error != 0) {
             close(m_output);
-            throw Failure("cannot run tar on " + file + ": " + std::strerror(error));
+            throw Failure("cannot run tar on " + printable(file) + ": " + std::strerror(error));
         }
     }
     ~Listing() { end(); }
@@ -60,7 +62,7 @@ private:
         posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, file.c_str(), O_RDONLY, 0);
         posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
         posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
-        std::string words[] = {"tar", "tzf", "-"};
+        std::string words[] = {"tar", m_how, "-"};
         char* const arguments[] = {words[0].data(), words[1].data(), words[2].data(), nullptr};
         int const error =
             posix_spawnp(&m_process, arguments[0], &actions, nullptr, arguments, environ);
@@ -79,6 +81,7 @@ private:
         return m_status;
     }
 
+    char const* m_how;
     pid_t m_process = 0;
     int m_output = -1;
     int m_status = -1;
@@ -87,9 +90,25 @@ private:
 void requireFile(std::string const& file)
 {
     if (access(file.c_str(), R_OK) != 0)
-        throw Failure("cannot read " + file + ": " + std::strerror(errno));
+        throw Failure("cannot read " + printable(file) + ": " + std::strerror(errno));
     if (!std::filesystem::is_regular_file(file))
-        throw Failure(file + ": not a file");
+        throw Failure(printable(file) + ": not a file");
+}
+
+std::vector<std::string> linesOf(std::string const& file, char const* how)
+{
+    Listing listing(file, how);
+    std::istringstream text(listing.readAll());
+    bool const isWhole = listing.endsWell();
+    if (interrupted())
+        throw Failure("interrupted: nothing was done");
+    if (!isWhole)
+        throw Failure(printable(file) +
+                      ": damaged, or no archive made with \"tar czf\"; nothing was done");
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(text, line);)
+        lines.push_back(line);
+    return lines;
 }
 
 } // namespace
@@ -97,17 +116,13 @@ void requireFile(std::string const& file)
 std::vector<std::string> membersOf(std::string const& file)
 {
     requireFile(file);
-    Listing listing(file);
-    std::istringstream text(listing.readAll());
-    bool const isWhole = listing.endsWell();
-    if (interrupted())
-        throw Failure("interrupted: nothing was done");
-    if (!isWhole)
-        throw Failure(file + ": damaged, or no archive made with \"tar czf\"; nothing was done");
-    std::vector<std::string> members;
-    for (std::string line; std::getline(text, line);)
-        members.push_back(line);
-    return members;
+    unsetenv("TAR_OPTIONS"); // could change the listing
+    for (std::string const& line : linesOf(file, "tvzf")) {
+        if (line.empty() || (line.front() != '-' && line.front() != 'd'))
+            throw Failure(printable(file) + ": holds more than files and directories, \"" +
+                          printable(line) + "\"; nothing was done");
+    }
+    return linesOf(file, "tzf");
 }
 
 } // namespace dtcctl

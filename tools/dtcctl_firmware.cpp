@@ -6,6 +6,7 @@
 #include "tools/dtcctl_archive.h"
 #include "tools/dtcctl_box_path.h"
 #include "tools/dtcctl_interrupt.h"
+#include "tools/dtcctl_library_call.h"
 #include "tools/dtcctl_progress.h"
 #include "tools/dtcctl_text.h"
 #include "tools/dtcctl_upload.h"
@@ -56,22 +57,32 @@ struct Contents
     std::set<std::string> others;
 };
 
-void addMember(Contents& contents, std::string member)
+/// A member's name without the parts that lead nowhere: "./a//b" is "a/b".
+std::string pathInTmp(std::string const& member)
+{
+    std::string path;
+    for (fs::path const& part : fs::path(member)) {
+        if (part != "." && !part.empty())
+            path.append(path.empty() ? "" : "/").append(part.string());
+    }
+    return path;
+}
+
+void addMember(Contents& contents, std::string const& member)
 {
     for (fs::path const& part : fs::path(member)) {
         if (part == ".." || part == "/")
             throw Failure("the archive holds " + printable(member) +
                           ", which does not belong into /tmp; nothing was done");
     }
-    while (member.rfind("./", 0) == 0)
-        member.erase(0, 2);
-    std::string const top = member.substr(0, member.find('/'));
+    std::string const path = pathInTmp(member);
+    std::string const top = path.substr(0, path.find('/'));
     if (top.empty())
         return;
     Image const* const image = imageSeenIn(top);
     if (image == nullptr)
         contents.others.insert(top);
-    else if (member == image->name)
+    else if (path == image->name)
         contents.images.insert(image);
     else
         throw Failure("the archive holds " + printable(member) + ", which the box would take for " +
@@ -106,6 +117,7 @@ void requireNoImagesLeft(std::string const& upload)
 
 bool isInSafeMode()
 {
+    LibraryCall const call;
     CONF::Vars vars("");
     vars.read();
     return vars.getVar(CONF::NAME::safeMode) == CONF::VALUE::True;
@@ -114,6 +126,7 @@ bool isInSafeMode()
 /// The word lasts only as long as the process.
 void allowUnsafeUpdate()
 {
+    LibraryCall const call;
     CONF::Vars request("");
     CONF::setValue(CONF::NAME::_control, CONF::CONTROL::AllowUnsafeUpdate, request);
     request.write();
@@ -130,13 +143,14 @@ void print(Contents const& contents, bool safe)
 
 int storeShowingProgress(std::string const& upload)
 {
+    LibraryCall const call;
     Progress const progress("writing; do not switch the box off");
     return CONF::store(upload.c_str());
 }
 
 void install(FirmwareOptions const& options)
 {
-    catchInterrupts(); // a lock left behind would keep every program off the bus
+    catchInterrupts(); // so that nothing is left behind
     Contents const contents = contentsOf(options.file);
     std::string const name = uploadName(options.file);
     requireNoImagesLeft(name);
@@ -179,8 +193,10 @@ void remove(FirmwareOptions const& options)
         throw Failure("there is no /tmp/" + printable(name));
     if (type == fs::file_type::directory)
         throw Failure("/tmp/" + printable(name) + ": is a directory");
-    ignoreInterrupts();
-    CONF::remove(name.c_str());
+    {
+        LibraryCall const call;
+        CONF::remove(name.c_str());
+    }
     if (fs::exists(fs::symlink_status(place)))
         throw Failure("/tmp/" + printable(name) + " could not be deleted");
 }

@@ -23,7 +23,7 @@ void catchInterrupts()
 {
     struct sigaction action = {};
     action.sa_handler = onInterrupt; // without SA_RESTART, so that waits end
-    for (int const signal : {SIGINT, SIGTERM, SIGALRM})
+    for (int const signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGALRM})
         sigaction(signal, &action, nullptr);
 }
 
@@ -36,7 +36,7 @@ void ignoreInterrupts()
 {
     struct sigaction action = {};
     action.sa_handler = SIG_IGN;
-    for (int const signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE})
+    for (int const signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGTSTP, SIGPIPE})
         sigaction(signal, &action, nullptr);
 }
 

@@ -2,8 +2,8 @@
 
 namespace dtcctl {
 
-/// From now on SIGINT and SIGTERM end the program in good order: they interrupt a wait and are
-/// remembered.
+/// From now on SIGINT, SIGTERM, SIGHUP and SIGQUIT end the program in good order: they interrupt a
+/// wait and are remembered. Programs that it starts still end by them.
 void catchInterrupts();
 
 bool interrupted();

@@ -2,10 +2,12 @@
 
 #include "tools/dtcctl.h"
 #include "tools/dtcctl_box_path.h"
+#include "tools/dtcctl_text.h"
+#include "util/file_stream.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
-#include <fcntl.h>
 #include <filesystem>
 #include <unistd.h>
 
@@ -15,15 +17,30 @@ namespace {
 namespace fs = std::filesystem;
 
 /// A new file: what is there already, if only a link, is not written to.
-void create(std::string const& path, std::string const& name)
+KORVA::FileStream create(std::string const& path, std::string const& name)
 {
-    int const descriptor = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-    if (descriptor == -1 && errno == EEXIST)
+    KORVA::FileStream stream(std::fopen(path.c_str(), "wbxe"));
+    if (stream == nullptr && errno == EEXIST)
         throw Failure("there is another /tmp/" + name +
                       "; rename one, or delete that with \"dtcctl firmware remove\"");
-    if (descriptor == -1)
+    if (stream == nullptr)
         throw Failure("cannot write /tmp/" + name + ": " + std::strerror(errno));
-    close(descriptor);
+    return stream;
+}
+
+/// False, with errno, when not all of it could be copied.
+bool copy(std::string const& file, KORVA::FileStream target)
+{
+    KORVA::FileStream const source(std::fopen(file.c_str(), "rbe"));
+    if (source == nullptr)
+        return false;
+    char block[1 << 16];
+    std::size_t count = 0;
+    while ((count = std::fread(block, 1, sizeof block, source.get())) > 0) {
+        if (std::fwrite(block, 1, count, target.get()) != count)
+            return false;
+    }
+    return std::ferror(source.get()) == 0 && std::fclose(target.release()) == 0;
 }
 
 } // namespace
@@ -35,18 +52,18 @@ std::string uploadName(std::string const& file)
 
 Upload::Upload(std::string const& file)
 {
-    std::string const name = uploadName(file);
-    std::string const path = boxPath("/tmp/" + name);
+    std::string const name = printable(uploadName(file));
+    std::string path = boxPath("/tmp/" + uploadName(file));
     std::error_code error;
     if (fs::equivalent(file, path, error))
         return;
-    create(path, name);
-    m_copy = path;
-    fs::copy_file(file, path, fs::copy_options::overwrite_existing, error);
-    if (!error)
+    KORVA::FileStream target = create(path, name);
+    m_copy.swap(path);
+    if (copy(file, std::move(target)))
         return;
-    unlink(path.c_str());
-    throw Failure("cannot copy " + file + " to /tmp/" + name + ": " + error.message());
+    std::string const reason = std::strerror(errno);
+    unlink(m_copy.c_str());
+    throw Failure("cannot copy " + printable(file) + " to /tmp/" + name + ": " + reason);
 }
 
 Upload::~Upload()

@@ -3,6 +3,7 @@
 #include "conf/dtc_conf_schema.h"
 #include "tools/dtcctl.h"
 #include "tools/dtcctl_interrupt.h"
+#include "tools/dtcctl_library_call.h"
 #include "tools/dtcctl_text.h"
 #include "tools/dtcctl_vars_advice.h"
 
@@ -24,6 +25,7 @@ struct VarsOptions
 
 Vars currentVars()
 {
+    LibraryCall const call;
     Vars vars("");
     vars.read();
     return vars;
@@ -82,6 +84,7 @@ VariableList parsedRequest(std::vector<std::string> const& words)
 
 void writeRequest(VariableList const& request)
 {
+    LibraryCall const call;
     Vars vars("");
     vars.assign(request.begin(), request.end());
     vars.write();
@@ -113,7 +116,10 @@ void restoreVars(VarsOptions const& options)
     }
     if (interrupted())
         throw Failure("interrupted: nothing was restored");
-    Vars("").restore();
+    {
+        LibraryCall const call;
+        Vars("").restore();
+    }
     Vars after = currentVars();
     printChanges(before, after, false);
 }
@@ -128,7 +134,7 @@ void addVars(CLI::App& app, int& status)
     auto const add = [&](char const* name, char const* help, void (*run)(VarsOptions const&)) {
         CLI::App* const command = vars->add_subcommand(name, help);
         command->callback([options, &status, run] {
-            catchInterrupts(); // a lock left behind would keep every program off the bus
+            catchInterrupts(); // to stop between reading and writing
             run(*options);
             status = ExitOk;
         });

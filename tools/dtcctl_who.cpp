@@ -4,8 +4,7 @@
 
 #include "tools/dtcctl.h"
 #include "tools/dtcctl_address.h"
-#include "tools/dtcctl_diagnostics.h"
-#include "tools/dtcctl_interrupt.h"
+#include "tools/dtcctl_library_call.h"
 #include "tools/dtcctl_text.h"
 
 #include <arpa/inet.h>
@@ -60,8 +59,7 @@ std::string dottedAddress(std::string const& given)
 
 Access readAccess()
 {
-    catchInterrupts(); // a lock left behind would keep every program off the bus
-    DiagnosticsToStderr const aside;
+    LibraryCall const call;
     CONF::Vars vars("");
     try {
         vars.read();
@@ -81,7 +79,7 @@ Answer ask(std::string const& service, bool isHeldByAnother, Access const& acces
            std::string const& address)
 {
     if (isHeldByAnother)
-        return {service, "busy with " + access.holder, ""};
+        return {service, "busy with " + printable(access.holder), ""};
     auto const pattern = find_admitting_pattern(access.filter, address);
     if (!pattern)
         return {service, "no pattern of _ipFilter matches", ""};
@@ -141,7 +139,7 @@ void tellWho(WhoOptions const& options)
         std::puts(toJson(addresses, access).c_str());
         return;
     }
-    std::puts(isHeld(access) ? ("dtc_io is held by " + access.holder).c_str()
+    std::puts(isHeld(access) ? ("dtc_io is held by " + printable(access.holder)).c_str()
                              : "nobody holds dtc_io");
     for (std::string const& address : addresses)
         print(address, access);

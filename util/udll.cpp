@@ -30,7 +30,8 @@ uDll::uDll(char const* path, int mode) : m_path(path == nullptr ? "" : path), m_
 
 uDll::~uDll()
 {
-    Unload();
+    if (m_handle != nullptr)
+        dlclose(m_handle);
 }
 
 bool uDll::Load(char const* path, int mode)
@@ -57,7 +58,7 @@ bool uDll::FindAndLoad(char const* name, int mode)
 
 bool uDll::InternalLoad(char const* filename, int mode)
 {
-    Unload();
+    void* const before = m_handle;
     if (mode == defaultMode)
         m_mode = RTLD_LAZY;
     m_error.clear();
@@ -65,6 +66,8 @@ bool uDll::InternalLoad(char const* filename, int mode)
     m_loaded = m_handle != nullptr;
     if (!m_loaded)
         m_error = loaderText();
+    if (before != nullptr)
+        dlclose(before); // after the other, so that one in use by both is not begun anew
     return m_loaded;
 }
 

@@ -14,7 +14,7 @@
 namespace KORVA {
 
 extern "C" {
-/// A word of no value inside skylark_io.so; its address tells the library's file.
+/// A word of no value; inside skylark_io.so its address tells the library's file.
 extern KORVA_API int const _anyAddressInThisModuleWillDo;
 }
 
@@ -45,8 +45,8 @@ public:
     /// the text as it was, when nothing is loaded.
     void* GetSymbolAddress(char const* symbol);
 
-    /// Loads without touching the path; a mode other than -1 is not kept. A library that is loaded
-    /// already is given back.
+    /// Loads without touching the path; a mode other than -1 is not kept, and -1 is RTLD_LAZY. A
+    /// library that is loaded already is given back, whether that succeeds or not.
     bool InternalLoad(char const* filename, int mode);
 
     /// The address of a symbol; when nothing is loaded, among the global symbols of the process.

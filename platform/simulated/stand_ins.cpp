@@ -125,13 +125,13 @@ cat "$2" > "$DTC_BOX/flash/mtd${1##*/mtd}"
 # where nothing follows them; device nodes, owners and the set-user-id bit nowhere.
 case $1:$#:$3:$4 in
     c* | t*) desk tar "$@"; exit ;;
-    xzf:4:-C:"$DTC_BOX"/mnt/*) unwanted=p ;;
+    xzf:4:-C:"$DTC_BOX"/mnt/*) [ -L "$4" ] && unwanted=p || unwanted=p,l ;;
     xzf:4:-C:"$DTC_BOX"/tmp) unwanted=p,l ;;
     *) echo "tar: cannot do tar $*" >&2; exit 64 ;;
 esac
 fresh=$DTC_BOX/var/unpacked.$$
 rm -rf "$fresh"
-mkdir "$fresh" || exit 2
+mkdir -m 700 "$fresh" || exit 2
 desk tar -xzf "$2" -C "$fresh" --force-local --no-same-owner --no-same-permissions
 status=$?
 desk chmod -R u+rwX,ug-s,o-t "$fresh" && desk find "$fresh" -type "$unwanted,s,b,c" -delete || status=70
