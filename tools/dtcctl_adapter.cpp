@@ -66,6 +66,13 @@ char const* nameOf(Result result)
     return names[static_cast<int>(result)];
 }
 
+char const* reasonWithout(Stage stage)
+{
+    static constexpr char const* reasons[] = {"", "it does not serve", "it lets nobody connect",
+                                              "it carries no message"};
+    return reasons[static_cast<int>(stage)];
+}
+
 class Checking
 {
 public:
@@ -136,7 +143,7 @@ private:
                 return {Result::Skipped, std::string(dtcctl::nameOf(entry)) + " is not there"};
         }
         if (check.needs > m_stage)
-            return {Result::Skipped, "needs what did not come to pass above"};
+            return {Result::Skipped, reasonWithout(check.needs)};
         Finding const finding =
             runIsolated(sideOf(check.server), sideOf(check.client), m_subject.limit);
         if (finding.result == Result::Ok)

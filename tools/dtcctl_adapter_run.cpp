@@ -94,19 +94,26 @@ public:
     bool isRunning()
     {
         if (m_pid > 0 && waitpid(m_pid, &m_status, WNOHANG) == m_pid) {
-            kill(-m_pid, SIGKILL); // what it has started itself
+            ::kill(-m_pid, SIGKILL); // what it has started itself
             m_pid = -1;
         }
         return m_pid > 0;
     }
 
-    void end()
+    /// What it says from now on does not count.
+    void kill()
     {
         if (!isRunning())
             return;
         m_wasEnded = true;
-        kill(-m_pid, SIGKILL);
-        waitpid(m_pid, &m_status, 0);
+        ::kill(-m_pid, SIGKILL);
+    }
+
+    void end()
+    {
+        kill();
+        if (m_pid > 0)
+            waitpid(m_pid, &m_status, 0);
         m_pid = -1;
     }
 
@@ -127,7 +134,10 @@ public:
                                 std::to_string(WEXITSTATUS(m_status)) + inCall(*m_record);
     }
 
-    bool hasFailed() const { return m_record->hasFinding && m_record->result != Result::Ok; }
+    bool hasFailed() const
+    {
+        return !m_wasEnded && m_record->hasFinding && m_record->result != Result::Ok;
+    }
 
 private:
     SharedMemory<Record> m_record;
@@ -167,6 +177,8 @@ public:
                 break;
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
         }
+        for (Process& process : m_processes)
+            process.kill(); // all, before any of them sees another one's end
         for (Process& process : m_processes)
             process.end();
         return judge(limit);
