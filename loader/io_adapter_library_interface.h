@@ -5,6 +5,12 @@
 
 namespace KORVA::DTC {
 
+/// "DTC_IO_Send", which older libraries have instead of DTC_IO_Send_V2: it does not tell how much
+/// it has sent.
+using DTC_IO_Send_Function = DTC_IO_STATUS(void* connection, unsigned int clientId,
+                                           unsigned int tag, unsigned int* buffer,
+                                           unsigned int length);
+
 /// The entry points of a loaded adapter library, each null when the library lacks it. dtc_io.h
 /// tells what they do.
 struct IOAdapterLibraryInterface
@@ -14,11 +20,7 @@ struct IOAdapterLibraryInterface
     decltype(&DTC_IO_Create) create = nullptr;
     decltype(&DTC_IO_Open) open = nullptr;
     decltype(&DTC_IO_Close) close = nullptr;
-    /// "DTC_IO_Send", which older libraries have instead of send_v2: it does not tell how much it
-    /// has sent.
-    DTC_IO_STATUS (*send)
-    (void* connection, unsigned int clientId, unsigned int tag, unsigned int* buffer,
-     unsigned int length) = nullptr;
+    DTC_IO_Send_Function* send = nullptr;
     decltype(&DTC_IO_Send_V2) send_v2 = nullptr;
     decltype(&DTC_IO_Receive_Ready) receive_ready = nullptr;
     decltype(&DTC_IO_Receive) receive = nullptr;

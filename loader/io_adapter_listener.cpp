@@ -76,8 +76,10 @@ bool IOAdapterListener::addRecord(std::unique_ptr<IOAdapterProxy> proxy,
 
 IOAdapter_Connection* IOAdapterListener::listen(unsigned int timeout)
 {
+    if (m_connections.empty())
+        return nullptr;
+    unsigned int const share = timeout / connection_count();
     for (auto const& record : m_connections) {
-        unsigned int const share = timeout / connection_count();
         if (record->connection != nullptr &&
             record->connection->receive_ready(share) == DTC_IO_SUCCESS)
             return record->connection;

@@ -126,7 +126,7 @@ IOAdapter_Connection* IOAdapterProxy::connect(Function function, char const* mis
 IOAdapter_Connection* IOAdapterProxy::adopt(void* handle)
 {
     LooseHandle loose(handle, m_interface);
-    m_connections.reserve(m_connections.size() + 1);
+    m_connections.reserve(m_connections.size() + 1); // so that nothing fails once it has an owner
     m_connections.push_back(std::make_unique<IOAdapterProxy_Connection>(handle, m_interface));
     loose.release();
     return m_connections.back().get();

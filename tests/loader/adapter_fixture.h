@@ -8,8 +8,8 @@
 
 namespace testing_support {
 
-/// How many requests for memory the program still grants; -1: all.
-extern int memoryRequestsLeft;
+/// How many of its requests for memory the thread is still granted; -1: all.
+extern thread_local int memoryRequestsLeft;
 
 /// Reads what the recording adapters write down.
 class AdapterTest : public testing::Test
@@ -45,14 +45,5 @@ protected:
 private:
     std::string m_log;
 };
-
-/// How often text stands in log.
-inline int countIn(std::string const& log, std::string const& text)
-{
-    int count = 0;
-    for (std::size_t at = 0; (at = log.find(text, at)) != std::string::npos; ++at)
-        ++count;
-    return count;
-}
 
 } // namespace testing_support

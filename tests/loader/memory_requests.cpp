@@ -4,17 +4,23 @@
 
 namespace testing_support {
 
-int memoryRequestsLeft = -1;
+thread_local int memoryRequestsLeft = -1;
 
 }
 
-void* operator new(std::size_t size)
+void* operator new(std::size_t size, std::nothrow_t const& /*tag*/) noexcept
 {
     int& left = testing_support::memoryRequestsLeft;
-    void* const memory = left == 0 ? nullptr : std::malloc(size);
+    if (left == 0)
+        return nullptr;
+    left -= left > 0 ? 1 : 0;
+    return std::malloc(size);
+}
+void* operator new(std::size_t size)
+{
+    void* const memory = operator new(size, std::nothrow);
     if (memory == nullptr)
         throw std::bad_alloc();
-    left -= left > 0 ? 1 : 0;
     return memory;
 }
 void operator delete(void* memory) noexcept
