@@ -144,8 +144,7 @@ private:
         }
         if (check.needs > m_stage)
             return {Result::Skipped, reasonWithout(check.needs)};
-        Finding const finding =
-            runIsolated(sideOf(check.server), sideOf(check.client), m_subject.limit);
+        Finding finding = runIsolated(sideOf(check.server), sideOf(check.client), m_subject.limit);
         if (finding.result == Result::Ok)
             m_stage = std::max(m_stage, check.shows);
         return finding;

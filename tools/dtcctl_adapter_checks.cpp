@@ -59,9 +59,15 @@ void checkTimeout(End& end, Entry entry, unsigned int timeoutMs, bool mayBeAlone
 std::vector<Check> adapterChecks()
 {
     std::vector<Check> checks = checksAlone();
-    for (Check const& check : checksWithPeer())
-        checks.push_back(check);
+    for (auto const& more : {checksOfConnecting(), checksOfMessages(), checksOfClosing()})
+        checks.insert(checks.end(), more.begin(), more.end());
     return checks;
+}
+
+Check exchanging(char const* rule, std::vector<Entry> const& entries, void (*server)(CheckSide&),
+                 void (*client)(CheckSide&))
+{
+    return {rule, Stage::Exchanges, Stage::Exchanges, entries, server, client};
 }
 
 std::vector<Entry> entriesOf(Stage stage)
@@ -74,6 +80,20 @@ std::vector<Entry> entriesOf(Stage stage)
     default:
         return {Entry::Create, Entry::Close, Entry::Receive, Entry::Open, Entry::SendV2};
     }
+}
+
+void echoServer(CheckSide& side)
+{
+    End server = End::serve(side);
+    side.peer.proceed();
+    server.echo();
+    server.close();
+}
+
+End openPeer(CheckSide& side)
+{
+    side.peer.await();
+    return End::open(side);
 }
 
 void checkIdAndState(CheckSide& side, End& end)

@@ -23,12 +23,24 @@ struct Check
 /// In the order in which they run.
 std::vector<Check> adapterChecks();
 
-/// Those that need no other side, and those that need one.
+// Its parts: the first needs no other side.
 std::vector<Check> checksAlone();
-std::vector<Check> checksWithPeer();
+std::vector<Check> checksOfConnecting();
+std::vector<Check> checksOfMessages();
+std::vector<Check> checksOfClosing();
+
+/// A check that needs a library that exchanges messages.
+Check exchanging(char const* rule, std::vector<Entry> const& entries, void (*server)(CheckSide&),
+                 void (*client)(CheckSide&));
 
 /// The entry points without which no library gets to the stage. For sending either will do.
 std::vector<Entry> entriesOf(Stage stage);
+
+/// A server's side: serves as every serving program does, until the client is done.
+void echoServer(CheckSide& side);
+
+/// The client's counterpart: a connection to the server, once that is there.
+End openPeer(CheckSide& side);
 
 /// DTC_IO_Local_Id and DTC_IO_Get_State of a connection.
 void checkIdAndState(CheckSide& side, End& end);

@@ -30,7 +30,12 @@ unsigned char patternAt(unsigned int at, unsigned int seed)
 void expect(bool holds, std::string const& seen)
 {
     if (!holds)
-        throw Finding{Result::Failed, seen};
+        fail(seen);
+}
+
+void fail(std::string const& seen)
+{
+    throw Finding{Result::Failed, seen};
 }
 
 void skip(std::string const& why)
@@ -48,7 +53,8 @@ std::string quotedError(AdapterLibrary& library)
     if (!library.has(Entry::GetError))
         return "no text";
     char const* const text = library.getError();
-    expect(text != nullptr, "DTC_Get_Error gave null");
+    if (text == nullptr)
+        fail("DTC_Get_Error gave null");
     return "\"" + printable(text) + "\"";
 }
 
@@ -149,7 +155,7 @@ void End::exchange(unsigned int tag, unsigned int length)
 void End::echo()
 {
     Buffer buffer(largestMessage);
-    while (!m_side.peer.mayProceed()) {
+    do {
         Received const message = receive(buffer, buffer.size(), 50);
         if (message.status == DTC_IO_SUCCESS) {
             expect(message.length <= buffer.size(), "DTC_IO_Receive counted too much");
@@ -158,7 +164,7 @@ void End::echo()
             expect(isWaiting(message.status),
                    gave(Entry::Receive, message.status) + ", " + quotedError(m_side.library));
         }
-    }
+    } while (!m_side.peer.mayProceed());
     m_side.peer.await();
 }
 

@@ -30,6 +30,7 @@ struct CheckSide
 /// Ends the check as failed unless holds, with what was seen.
 void expect(bool holds, std::string const& seen);
 
+[[noreturn]] void fail(std::string const& seen);
 [[noreturn]] void skip(std::string const& why);
 
 /// "DTC_IO_Open gave -1".
@@ -66,7 +67,8 @@ public:
     /// Sends length bytes, by a client, and awaits the same as reply.
     void exchange(unsigned int tag, unsigned int length);
 
-    /// Answers each message with itself until the other side lets this one proceed.
+    /// Receives at least once, and answers each message with itself, until the other side lets this
+    /// one proceed.
     void echo();
 
     DTC_IO_STATUS ready(unsigned int timeoutMs);
