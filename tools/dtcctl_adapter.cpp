@@ -62,7 +62,7 @@ struct Line
 
 char const* nameOf(Result result)
 {
-    static constexpr char const* names[] = {"ok", "warning", "skipped", "FAILED"};
+    static constexpr char const* names[] = {"ok", "warning", "skipped", "failed"};
     return names[static_cast<int>(result)];
 }
 
@@ -168,8 +168,9 @@ private:
         if (m_options.json)
             return;
         bool const isBare = line.finding.text.empty();
-        std::printf("%-8s %s%s%s\n", nameOf(line.finding.result), line.rule.c_str(),
-                    isBare ? "" : ": ", printable(line.finding.text).c_str());
+        bool const isFailed = line.finding.result == Result::Failed; // to catch the eye
+        std::printf("%-8s %s%s%s\n", isFailed ? "FAILED" : nameOf(line.finding.result),
+                    line.rule.c_str(), isBare ? "" : ": ", printable(line.finding.text).c_str());
     }
 
     unsigned int count(Result result) const

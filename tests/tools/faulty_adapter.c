@@ -73,6 +73,15 @@ DTC_IO_STATUS DTC_IO_Send_V2(void* connection, unsigned int clientId, unsigned i
     return status;
 }
 
+DTC_IO_STATUS DTC_IO_Send(void* connection, unsigned int clientId, unsigned int tag,
+                          unsigned int* buffer, unsigned int length);
+DTC_IO_STATUS DTC_IO_Send(void* connection, unsigned int clientId, unsigned int tag,
+                          unsigned int* buffer, unsigned int length)
+{
+    return faulty("old-way") ? DTC_IO_FAILED
+                             : sound_send(connection, clientId, tag, buffer, length, NULL);
+}
+
 DTC_IO_STATUS DTC_IO_Receive(void* connection, unsigned int* clientId, unsigned int* tag,
                              unsigned int* buffer, unsigned int size, unsigned int* received,
                              unsigned int timeout)
