@@ -96,9 +96,8 @@ public:
         if (m_options.json)
             printJson();
         else
-            std::printf("%u ok, %u failed, %u skipped%s\n", count(Result::Ok),
-                        count(Result::Failed), count(Result::Skipped),
-                        count(Result::Warning) > 0 ? ", 1 warning" : "");
+            std::printf("%u ok, %u failed, %u skipped, %u warnings\n", count(Result::Ok),
+                        count(Result::Failed), count(Result::Skipped), count(Result::Warning));
         return count(Result::Failed) == 0 ? ExitOk : ExitFailed;
     }
 

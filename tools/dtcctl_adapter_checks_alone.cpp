@@ -101,6 +101,17 @@ void serviceIsFreeAfterClose(CheckSide& side)
     End::serve(side).close();
 }
 
+void callsStayInside(CheckSide& side)
+{
+    std::string loose;
+    for (std::string const& name : side.library.looseEntries())
+        loose.append(loose.empty() ? "" : ", ").append(name);
+    if (!loose.empty())
+        throw Finding{Result::Warning, "those of " + loose +
+                                           " go to another adapter library that is there "
+                                           "already: link with -Bsymbolic"};
+}
+
 /// Used before, because what a library starts at first use may keep it in the process.
 void unloadingUnloads(CheckSide& side)
 {
@@ -153,6 +164,12 @@ std::vector<Check> checksAlone()
          loaded,
          {Entry::Create, Entry::GetError},
          errorStaysReadable,
+         nullptr},
+        {"its calls of its own entry points stay inside",
+         loaded,
+         loaded,
+         {},
+         callsStayInside,
          nullptr},
         {"its unloading removes it from the process",
          loaded,

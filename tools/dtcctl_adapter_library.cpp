@@ -1,9 +1,20 @@
 #include "tools/dtcctl_adapter_library.h"
 
+#include "tools/dtcctl_adapter_binding.h"
+
 #include <dlfcn.h>
 #include <link.h>
 
 namespace dtcctl {
+namespace {
+
+link_map const* linkMap(void* handle)
+{
+    link_map* found = nullptr;
+    return dlinfo(handle, RTLD_DI_LINKMAP, &found) == 0 ? found : nullptr;
+}
+
+} // namespace
 
 bool AdapterLibrary::load(std::string const& file)
 {
@@ -24,9 +35,14 @@ bool AdapterLibrary::unload()
 
 std::string AdapterLibrary::path() const
 {
-    link_map* found = nullptr;
-    bool const isKnown = dlinfo(m_dll.GetLibHandle(), RTLD_DI_LINKMAP, &found) == 0;
-    return isKnown ? found->l_name : "";
+    link_map const* const map = linkMap(m_dll.GetLibHandle());
+    return map == nullptr ? "" : map->l_name;
+}
+
+std::vector<std::string> AdapterLibrary::looseEntries() const
+{
+    link_map const* const map = linkMap(m_dll.GetLibHandle());
+    return map == nullptr ? std::vector<std::string>() : dtcctl::looseEntries(*map);
 }
 
 } // namespace dtcctl

@@ -8,6 +8,7 @@
 #include <exception>
 #include <string>
 #include <type_traits>
+#include <vector>
 
 namespace dtcctl {
 
@@ -54,6 +55,9 @@ public:
 
     /// The path that the dynamic loader found.
     std::string path() const;
+
+    /// See looseEntries of dtcctl_adapter_binding.h.
+    std::vector<std::string> looseEntries() const;
 
     bool has(Entry entry) const { return address(entry) != nullptr; }
 

@@ -29,16 +29,16 @@ TEST(DtcctlAdapterTest, PassesWholeLibraries)
     EXPECT_THAT(check({LIBRARY_DIRECTORY "skylark_io.so"}, 0),
                 AllOf(HasSubstr("version  Korvane Skylark Ethernet\n"),
                       HasSubstr(" process: dtcctl itself uses this file\n"),
-                      HasSubstr("26 ok, 0 failed, 2 skipped\n")));
+                      HasSubstr("27 ok, 0 failed, 2 skipped, 0 warnings\n")));
     std::string const copy = testing::TempDir() + "copy_io.so";
     std::filesystem::copy_file(LIBRARY_DIRECTORY "skylark_io.so", copy,
                                std::filesystem::copy_options::overwrite_existing);
     for (std::string const& library : {copy, std::string(LIBRARY_DIRECTORY "example_io.so")})
-        EXPECT_THAT(
-            check({library, "--service", "dtc_conf"}, 0),
-            AllOf(HasSubstr("without  DTC_IO_Send\n"), HasSubstr("27 ok, 0 failed, 1 skipped\n")));
+        EXPECT_THAT(check({library, "--service", "dtc_conf"}, 0),
+                    AllOf(HasSubstr("without  DTC_IO_Send\n"),
+                          HasSubstr("28 ok, 0 failed, 1 skipped, 0 warnings\n")));
     EXPECT_THAT(check({copy, "--json", "--service", "none"}, 0),
-                AllOf(HasSubstr("\"DTC_IO_Send\":false,"), HasSubstr("\"ok\":7,\"failed\":0,"),
+                AllOf(HasSubstr("\"DTC_IO_Send\":false,"), HasSubstr("\"ok\":8,\"failed\":0,"),
                       HasSubstr("it cannot serve none here, DTC_IO_Create gave -1, "
                                 "\\\"Failed to look up none\\\"")));
 }
@@ -55,6 +55,7 @@ TEST(DtcctlAdapterTest, NamesEachFault)
           "creating an unknown service fails with -1 and an error text: DTC_IO_Create gave 0\n"}},
         {"no-text leak stays no-id null-sent old-way short impatient cut",
          {"opening where nobody serves fails with -1 and an error text: DTC_IO_Open gave -1 and no",
+          "warning  its calls .*: those of DTC_IO_Send_V2 go to another adapter library",
           "warning  its unloading removes it from the process: its file stays mapped",
           "a server has a local id and stores its state: DTC_IO_Local_Id gave 0 and stored nothing",
           "created again after its close: DTC_IO_Create gave -1, .*Address already in use",
