@@ -12,7 +12,8 @@
  *   "dtc_conf"  TCP port 55756; serves clients from any number of machines
  * A server holds at most eight clients at once, and turns away one more, or one that it does not
  * admit, by closing its connection. It does so only while it waits; until then the client's sends
- * succeed.
+ * succeed. Admitting or refusing a client holds the others up for some tenths of a second;
+ * docs/network.md says who is admitted, and why it takes that long.
  *
  * Handles. DTC_IO_Create and DTC_IO_Open store a connection handle through their last argument,
  * which must not be null. The library owns what it stands for; the caller gives it back with
@@ -41,10 +42,11 @@
  * thread at a time. The library starts no thread; a server accepts clients only while some thread
  * is inside DTC_IO_Receive or DTC_IO_Receive_Ready.
  *
- * The process. DTC_IO_Create and DTC_IO_Open set SIGPIPE to be ignored. Descriptors are
- * close-on-exec; a child made by fork alone must leave with _exit, because exit would shut the
- * parent's connections down. Descriptors of 1024 and more are refused. Diagnostics go to standard
- * output.
+ * The process. The first DTC_IO_Create or DTC_IO_Open sets the box's network up from its
+ * configuration and waits for that; while it cannot, both fail without a text. Both set SIGPIPE to
+ * be ignored. Descriptors are close-on-exec; a child made by fork alone must leave with _exit,
+ * because exit would shut the parent's connections down. Descriptors of 1024 and more are refused.
+ * Diagnostics go to standard output.
  *
  * On the wire each message is a header of four little-endian 32-bit words (0xFACE0001, a reserved
  * word, the byte count, the tag) and its bytes; docs/protocol.md has the details.

@@ -1,19 +1,168 @@
 #include "adapter/skylark_io_adapter_network.h"
 
+#include "adapter/skylark_io_adapter_box_file.h"
+#include "adapter/skylark_io_adapter_cancellation.h"
+#include "conf/dtc_conf_schema.h"
+#include "conf/dtc_conf_status.h"
+#include "conf/dtc_conf_vars.h"
+#include "platform/platform.h"
+#include "util/umutex.h"
+
 #include <atomic>
+#include <cstdio>
+#include <exception>
+#include <string>
 
 namespace KORVA::DTC {
 namespace {
 
-std::atomic<int> dtc_network_status{1};
+constexpr char const* command =
+    "mount -o remount,rw /; /etc/init.d/ifupdown start; /etc/init.d/networking start; "
+    "ifup --interfaces /tmp/interfaces --force eth0; mount -o remount,ro /";
+constexpr char const* unreadable = "Failed to read configuration variables";
+
+enum NetworkStatus : int { Configured = 0, NotConfigured = 1, NotStarted = 3 };
+
+std::atomic<int> dtc_network_status{NotConfigured};
+uMutex network_lock;
+
+/// One setting of the interface: its keyword in the file and the variable that holds its value.
+struct Setting
+{
+    char const* keyword;
+    char const* variable;
+    char const* ifNone = nullptr; ///< null: without a value it is left out
+};
+
+bool isConfigured()
+{
+    return dtc_network_status == Configured;
+}
+
+bool read_config_value(CONF::Vars& vars, char const* name, std::string& value)
+{
+    value = CONF::VALUE::None;
+    try {
+        value = vars.getVar(name);
+        return true;
+    } catch (std::exception const& error) {
+        std::printf("%s", error.what());
+    } catch (...) { // nothing is known of it
+    }
+    return false;
+}
+
+void write(std::FILE* file, CONF::Vars& vars, Setting const& setting)
+{
+    std::string value;
+    read_config_value(vars, setting.variable, value);
+    if (value != CONF::VALUE::None)
+        std::fprintf(file, "    %s %s\n", setting.keyword, value.c_str());
+    else if (setting.ifNone != nullptr)
+        std::fprintf(file, "    %s %s\n", setting.keyword, setting.ifNone);
+}
+
+void writeStatic(std::FILE* file, CONF::Vars& vars, std::string const& address)
+{
+    Setting const settings[] = {{"netmask", CONF::NAME::ipNetmask, "255.255.0.0"},
+                                {"broadcast", CONF::NAME::ipBroadcast},
+                                {"network", CONF::NAME::ipNetwork},
+                                {"gateway", CONF::NAME::ipGateway},
+                                {"pointopoint", CONF::NAME::ipPointopoint},
+                                {"hwaddress", CONF::NAME::ipHwaddress},
+                                {"mtu", CONF::NAME::ipMtu}};
+    std::fprintf(file, "iface eth0 inet static\n    address %s\n", address.c_str());
+    for (Setting const& setting : settings)
+        write(file, vars, setting);
+}
+
+void writeDhcp(std::FILE* file, CONF::Vars& vars)
+{
+    Setting const settings[] = {{"leasehours", CONF::NAME::ipLeasehours},
+                                {"leasetime", CONF::NAME::ipLeasetime},
+                                {"hwaddress", CONF::NAME::ipHwaddress}};
+    std::fputs("iface eth0 inet dhcp\n", file);
+    for (Setting const& setting : settings)
+        write(file, vars, setting);
+}
+
+/// Writes what ifup is to do, in the format of interfaces(5). False when it cannot be written
+/// whole.
+bool writeInterfaces(CONF::Vars& vars, std::string const& config)
+{
+    BoxFile file = rewriteBoxFile("/tmp/interfaces");
+    if (file == nullptr)
+        return false;
+    std::fputs("auto lo\niface lo inet loopback\n", file.get());
+    if (config == CONF::VALUE::Dhcp)
+        writeDhcp(file.get(), vars);
+    else
+        writeStatic(file.get(), vars, config);
+    bool const isWhole = std::ferror(file.get()) == 0;
+    return std::fclose(file.release()) == 0 && isWhole;
+}
+
+NetworkStatus bringUp()
+{
+    std::FILE* const output = PLATFORM::openShell(command);
+    if (output == nullptr) {
+        std::printf("commmand failed [%s]\n", command);
+        return NotStarted;
+    }
+    PLATFORM::closeShell(output); // waits for the command; how it ends does not count
+    return Configured;
+}
+
+std::string configOf(CONF::Vars& vars)
+{
+    std::string config;
+    if (!read_config_value(vars, CONF::NAME::ipConfig, config)) {
+        std::puts("Failed to read ipConfig");
+        config = CONF::VALUE::Dhcp;
+    }
+    return config;
+}
+
+/// With the lock held, which it gives up before it says that there is nothing to do.
+void configure(uMutexGuard& guard)
+{
+    CONF::Vars vars("");
+    vars.read();
+    std::string const config = configOf(vars);
+    if (config == CONF::VALUE::Off) {
+        dtc_network_status = Configured;
+        guard.Release();
+        std::puts("Network configuration disabled");
+        return;
+    }
+    if (config == CONF::VALUE::Dhcp)
+        std::puts("Configuring network for dhcp");
+    else
+        std::printf("Configuring network for static ip address : %s\n", config.c_str());
+    if (writeInterfaces(vars, config))
+        dtc_network_status = bringUp();
+}
 
 } // namespace
 
-/// Takes the network as it is: nothing is set up from the configuration yet.
 bool initialize_network()
 {
-    dtc_network_status = 0;
-    return true;
+    if (dtc_network_status != NotConfigured)
+        return isConfigured();
+    NoCancellation const whole; // a half-run command would leave the root file system writable
+    uMutexGuard guard(network_lock);
+    if (dtc_network_status != NotConfigured)
+        return isConfigured();
+    try {
+        configure(guard);
+    } catch (CONF::Exception const& error) {
+        std::printf("%s [DTC_CONF_Status=%d] : %s\n", unreadable, error.status(), error.what());
+    } catch (std::exception const& error) {
+        std::printf("%s:  %s\n", unreadable, error.what());
+    } catch (...) {
+        std::puts(unreadable);
+    }
+    return isConfigured();
 }
 
 int get_network_status()

@@ -1,5 +1,6 @@
 #include "adapter/skylark_io_adapter_server.h"
 
+#include "adapter/skylark_io_adapter_cancellation.h"
 #include "adapter/skylark_io_adapter_select.h"
 #include "adapter/skylark_io_adapter_wait.h"
 #include "util/usocket.h"
@@ -157,9 +158,12 @@ void skylark_Server::initialize_readset(fd_set& set, int& maxfd)
     }
 }
 
-/// Accepts and admits or refuses one client. False when the system has no connection to give.
+/// Accepts and admits or refuses one client. False when the system has no connection to give. A
+/// cancelled thread brings it to its end: the bus is given up, the LED is as it was, and nobody is
+/// half admitted.
 bool skylark_Server::accept_client()
 {
+    NoCancellation const whole;
     if (select_readable(m_socket->GetDescriptor(), 0) <= 0)
         return true; // another thread has accepted it
     std::unique_ptr<uSocket> socket(m_socket->AcceptClient());
@@ -237,6 +241,7 @@ void skylark_Server::remove_client(clientPtr* client)
 {
     if (client == nullptr)
         return;
+    NoCancellation const whole; // closing and recording may throw nothing
     uMutexGuard const guard(m_lock);
     if (client->socket == nullptr)
         return;

@@ -42,10 +42,15 @@ public:
     DTC_IO_STATUS receive(unsigned int* clientId, unsigned int* tag, unsigned int* buffer,
                           unsigned int size, unsigned int* received, unsigned int timeout) override;
 
-    /// Whether a client at the dotted address is admitted. Called under the server's lock.
+    /// Whether a client at the dotted address is admitted: not when another machine holds the box
+    /// and only one may, nor when the configuration's filter refuses it (the first LED then blinks
+    /// once or twice), nor when the configuration cannot be read. Throws nothing. Called under the
+    /// server's lock with cancellation put off; it takes tenths of a second, or seconds when the
+    /// bus is busy.
     virtual bool is_client_allowed(char const* address);
     virtual bool is_multiclient_allowed() = 0;
-    /// Called under the server's lock when the first client comes and when the last one has gone.
+    /// Called under the server's lock, with cancellation put off, when the first client comes and
+    /// when the last one has gone.
     virtual void on_first_client_added(char const* address) noexcept = 0;
     virtual void on_last_client_removed() noexcept = 0;
 

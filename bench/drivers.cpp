@@ -15,7 +15,7 @@ using namespace KORVA::DTC::PERIPH;
 
 namespace {
 
-__attribute__((init_priority(101))) TemporaryBox const temporaryBox;
+__attribute__((init_priority(101))) bench::TemporaryBox const temporaryBox;
 
 /// The library file, though the drivers below are linked in: nothing of it is in the process yet.
 void loadAndUnload(benchmark::State& state)

@@ -3,10 +3,12 @@
 #include <cstdlib>
 #include <filesystem>
 #include <string>
+#include <unistd.h>
 
-/// A simulated box in a temporary directory, for as long as the program runs. Make it with
-/// init_priority(101): before the drivers map the box's memory, which they do while static objects
-/// are made.
+namespace bench {
+
+/// A simulated box in a directory of its own, which goes with it. To be made before the drivers map
+/// the box's memory, which they do while static objects are made.
 class TemporaryBox
 {
 public:
@@ -25,5 +27,7 @@ public:
     TemporaryBox& operator=(TemporaryBox const&) = delete;
 
 private:
-    char m_directory[32] = "/tmp/skylark_bench.XXXXXX";
+    char m_directory[32] = "/tmp/bench_box.XXXXXX";
 };
+
+} // namespace bench

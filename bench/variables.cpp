@@ -13,7 +13,7 @@ using namespace KORVA::DTC;
 
 namespace {
 
-__attribute__((init_priority(101))) TemporaryBox const temporaryBox;
+__attribute__((init_priority(101))) bench::TemporaryBox const temporaryBox;
 
 constexpr double blinkPauseMs = 100;
 constexpr double settlingMs = 20; // each time the EEPROM is initialised

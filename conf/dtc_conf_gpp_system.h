@@ -27,6 +27,8 @@ KORVA_API void popenWithStdout(char const* command, char* buffer, unsigned int s
 
 } // namespace KORVA::DTC::CONF
 
+// Outside the namespace: for the library itself, which does not let them out.
+
 /// Sets mac to the (17) characters of the network interface's hardware address and ip to its IPv4
 /// address, or either to "none". The interface is eth0, or usb0 when the environment variables
 /// ROVERKIT and RNDISMODE are both true. When nothing is known of it, throws CONF::Exception

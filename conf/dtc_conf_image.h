@@ -33,5 +33,7 @@ KORVA_API unsigned int checksum(char const* path);
 
 } // namespace KORVA::DTC::CONF
 
+// Outside the namespace: for the library itself, which does not let it out.
+
 /// Removes every pair that the EEPROM does not keep.
 void removeNonEepromVars(std::vector<std::pair<std::string, std::string>>& vars);

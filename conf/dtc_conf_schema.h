@@ -91,6 +91,8 @@ KORVA_API void getSchema(SchemaEntry*& rows);
 
 } // namespace KORVA::DTC::CONF
 
+// Outside the namespace: for the library itself, which does not let it out.
+
 /// Appends the 34 variables with their defaults, in the order of the schema, behind what the list
 /// holds.
 void getDefaultVars(std::vector<std::pair<std::string, std::string>>& vars);

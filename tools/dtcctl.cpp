@@ -20,8 +20,10 @@ int run(int argc, char** argv)
     dtcctl::addPing(app, status);
     dtcctl::addListen(app, status);
     dtcctl::addAdapter(app, status);
+    dtcctl::addWho(app, status);
     dtcctl::addVars(app, status);
     dtcctl::addChecksum(app, status);
+    dtcctl::addFirmware(app, status);
     dtcctl::addLed(app, status);
     dtcctl::addFpga(app, status);
     dtcctl::addEeprom(app, status);

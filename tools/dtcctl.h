@@ -33,12 +33,14 @@ void addSend(CLI::App& app, int& status);
 void addPing(CLI::App& app, int& status);
 void addListen(CLI::App& app, int& status);
 void addAdapter(CLI::App& app, int& status);
+void addWho(CLI::App& app, int& status);
 void addLed(CLI::App& app, int& status);
 void addFpga(CLI::App& app, int& status);
 void addEeprom(CLI::App& app, int& status);
 void addReset(CLI::App& app, int& status);
 void addVars(CLI::App& app, int& status);
 void addChecksum(CLI::App& app, int& status);
+void addFirmware(CLI::App& app, int& status);
 
 /// Adds nothing in a build for the real box, where there is no simulated one to show.
 void addBox(CLI::App& app, int& status);

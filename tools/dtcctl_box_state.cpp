@@ -126,8 +126,9 @@ std::vector<BoxFile> filesBelow(fs::path const& directory)
     for (fs::recursive_directory_iterator entry(directory, error), end; !error && entry != end;
          entry.increment(error)) {
         std::error_code gone;
-        std::uintmax_t const size = entry->is_regular_file(gone) ? entry->file_size(gone) : 0;
-        if (!gone && entry->is_regular_file(gone))
+        bool const isFile = entry->symlink_status(gone).type() == fs::file_type::regular;
+        std::uintmax_t const size = isFile ? entry->file_size(gone) : 0;
+        if (!gone && isFile)
             files.push_back({entry->path().lexically_relative(directory).string(), size});
     }
     std::sort(files.begin(), files.end(),

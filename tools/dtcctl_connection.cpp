@@ -1,6 +1,7 @@
 #include "tools/dtcctl_connection.h"
 
 #include "tools/dtcctl.h"
+#include "tools/dtcctl_diagnostics.h"
 
 namespace dtcctl {
 namespace {
@@ -28,6 +29,7 @@ Buffer::Buffer(unsigned int sizeBytes)
 Connection Connection::serve(std::string const& service)
 {
     void* handle = nullptr;
+    DiagnosticsToStderr const aside;
     DTC_IO_STATUS const status = DTC_IO_Create(service.c_str(), 0, &handle);
     if (status != DTC_IO_SUCCESS)
         throw Failure("cannot serve " + service + ": " + failureText(status));
@@ -37,6 +39,7 @@ Connection Connection::serve(std::string const& service)
 Connection Connection::open(std::string const& libraryAddress, std::string const& service)
 {
     void* handle = nullptr;
+    DiagnosticsToStderr const aside;
     DTC_IO_STATUS const status = DTC_IO_Open(libraryAddress.c_str(), service.c_str(), &handle);
     if (status != DTC_IO_SUCCESS)
         throw Failure("cannot open " + service + " at " + libraryAddress + ": " +

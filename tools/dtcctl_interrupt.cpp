@@ -32,6 +32,14 @@ bool interrupted()
     return interruptions != 0;
 }
 
+void ignoreInterrupts()
+{
+    struct sigaction action = {};
+    action.sa_handler = SIG_IGN;
+    for (int const signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE})
+        sigaction(signal, &action, nullptr);
+}
+
 void sleepUnlessInterrupted(unsigned int milliseconds)
 {
     timespec const duration{static_cast<time_t>(milliseconds / 1000),

@@ -8,6 +8,10 @@ void catchInterrupts();
 
 bool interrupted();
 
+/// From now on neither a signal that asks for the end nor a closed terminal or pipe ends the
+/// program, nor any program that it starts.
+void ignoreInterrupts();
+
 /// Sleeps for the time, or until interrupted.
 void sleepUnlessInterrupted(unsigned int milliseconds);
 

@@ -12,6 +12,8 @@ std::optional<Transfer> nextTransfer();
 bool isHidden(char const* boxPath);
 bool isBindingRefused();
 bool isMappingRefused();
-bool isNextCommandRefused(); ///< counts it
+
+/// Whether the shell command that begins now cannot be started; counts it.
+bool isNextCommandRefused();
 
 } // namespace KORVA::DTC::PLATFORM::FAULTS

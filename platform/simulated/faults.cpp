@@ -17,8 +17,8 @@ struct State
     char const* hiddenNode = nullptr;
     bool refuseBinding = false;
     bool refuseMapping = false;
-    unsigned int commands = 0;
-    std::optional<unsigned int> refusedCommand; // 0: every one
+    bool refuseShell = false;
+    unsigned int commandsUntilRefusal = 0; // 0: none is refused
 };
 
 // Constant-initialised and trivially destroyed: usable as long as the library is in the process.
@@ -64,12 +64,14 @@ void refuseMapping()
     locked([] { state.refuseMapping = true; });
 }
 
-void refuseShell(unsigned int n)
+void refuseShell()
 {
-    locked([=] {
-        state.commands = 0;
-        state.refusedCommand = n;
-    });
+    locked([] { state.refuseShell = true; });
+}
+
+void refuseCommand(unsigned int n)
+{
+    locked([=] { state.commandsUntilRefusal = n; });
 }
 
 void clear()
@@ -107,8 +109,8 @@ bool isMappingRefused()
 bool isNextCommandRefused()
 {
     return locked([] {
-        unsigned int const n = ++state.commands;
-        return state.refusedCommand == 0U || state.refusedCommand == n;
+        bool const counts = state.commandsUntilRefusal > 0;
+        return (counts && --state.commandsUntilRefusal == 0) || state.refuseShell;
     });
 }
 

@@ -21,9 +21,10 @@ void hideNode(char const* boxPath);
 
 void refuseBinding();
 void refuseMapping();
+void refuseShell();
 
-/// The n-th shell command from now on cannot be started; 0: none can.
-void refuseShell(unsigned int n = 0);
+/// The n-th shell command from now on (1: the next one) cannot be started.
+void refuseCommand(unsigned int n);
 
 /// No faults any more.
 void clear();

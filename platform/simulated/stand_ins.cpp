@@ -19,7 +19,8 @@ struct Script
 /// In front of each script: state is replaced as a whole, and the desk's clock can only be read.
 constexpr char const* shared =
     R"sh(put() { echo "$2" > "$DTC_BOX/run/$1.$$" && mv "$DTC_BOX/run/$1.$$" "$DTC_BOX/run/$1"; }
-desk_date() { "$DTC_BOX/tools/date" -u "$@"; }
+desk() { tool=$1; shift; "$DTC_BOX/tools/$tool" "$@"; }
+desk_date() { desk date -u "$@"; }
 )sh";
 
 constexpr Script scripts[] = {
@@ -45,7 +46,7 @@ case $type:$partition:$place in
     jffs2:[2-5]:"$DTC_BOX"/mnt/*) ;;
     *) echo "mount: cannot mount $device" >&2; exit 32 ;;
 esac
-[ ! -L "$place" ] || { echo "mount: $place: busy" >&2; exit 32; }
+[ ! -L "$place" ] || rm "$place" # what an interrupted command left there, hidden by the new one
 mkdir -p "$DTC_BOX/flash/mtd$partition.d" "$place"
 rmdir "$place" && ln -s "$DTC_BOX/flash/mtd$partition.d" "$place"
 )sh"},
@@ -60,8 +61,10 @@ case $interface in
     *) echo "$interface: error fetching interface information: Device not found" >&2; exit 1 ;;
 esac
 echo "$interface      Link encap:Ethernet  HWaddr 00:1B:C5:07:90:01  "
-if [ "$(cat "$DTC_BOX/run/network")" = up ]; then
-    echo "          inet addr:$(cat "$DTC_BOX/run/address")  Bcast:192.168.255.255  Mask:255.255.0.0"
+read -r state < "$DTC_BOX/run/network"
+if [ "$state" = up ]; then
+    read -r address < "$DTC_BOX/run/address"
+    echo "          inet addr:$address  Bcast:192.168.255.255  Mask:255.255.0.0"
 fi
 )sh"},
     {"bin/ifup",
@@ -84,7 +87,7 @@ put network up
 )sh"},
     {"bin/date",
      R"sh(# date: the box's clock, which is the desk's and an offset; -s sets the offset.
-offset=$(cat "$DTC_BOX/run/clock-offset")
+read -r offset < "$DTC_BOX/run/clock-offset"
 if [ "$1" = -s ]; then
     case $2 in
         [0-9][0-9][0-9][0-9].[0-9][0-9].[0-9][0-9]-[0-9][0-9]:[0-9][0-9]:[0-9][0-9]) ;;
@@ -95,7 +98,7 @@ if [ "$1" = -s ]; then
     put clock-offset "$((wanted - $(desk_date +%s)))"
     exit 0
 fi
-desk_date -d "@$(($(desk_date +%s) + offset))" "$@"
+desk_date -d "now $offset seconds" "$@"
 )sh"},
     {"bin/flash_eraseall", R"sh(# flash_eraseall: empties a flash partition.
 for device; do :; done
@@ -113,8 +116,31 @@ case ${device##*/mtd} in [2-5]) ;; *) false ;; esac || { echo "ftl_format: $devi
     {"bin/nandwrite", R"sh(# nandwrite: writes a file into a raw flash partition.
 [ "$1" = -p ] && shift
 case ${1##*/mtd} in [2-5]) ;; *) echo "nandwrite: $1: no such device" >&2; exit 1 ;; esac
-[ -r "$2" ] || { echo "nandwrite: cannot read $2" >&2; exit 1; }
+[ -f "$2" ] && [ ! -L "$2" ] || { echo "nandwrite: cannot read $2" >&2; exit 1; }
 cat "$2" > "$DTC_BOX/flash/mtd${1##*/mtd}"
+)sh"},
+    {"bin/tar",
+     R"sh(# tar: the desk's. What it unpacks comes to a new directory, where no link can lead it astray, and what it
+# brings there is moved as a whole, without walking through links either. Links stay in a flash partition only,
+# where nothing follows them; device nodes, owners and the set-user-id bit nowhere.
+case $1:$#:$3:$4 in
+    c* | t*) desk tar "$@"; exit ;;
+    xzf:4:-C:"$DTC_BOX"/mnt/*) unwanted=p ;;
+    xzf:4:-C:"$DTC_BOX"/tmp) unwanted=p,l ;;
+    *) echo "tar: cannot do tar $*" >&2; exit 64 ;;
+esac
+fresh=$DTC_BOX/var/unpacked.$$
+rm -rf "$fresh"
+mkdir "$fresh" || exit 2
+desk tar -xzf "$2" -C "$fresh" --force-local --no-same-owner --no-same-permissions
+status=$?
+desk chmod -R u+rwX,ug-s,o-t "$fresh" && desk find "$fresh" -type "$unwanted,s,b,c" -delete || status=70
+for entry in "$fresh"/* "$fresh"/.[!.]* "$fresh"/..?*; do
+    [ $status -ne 70 ] && { [ -e "$entry" ] || [ -L "$entry" ]; } || continue
+    rm -rf "$4/${entry##*/}" && mv "$entry" "$4/${entry##*/}" || status=2
+done
+rm -rf "$fresh"
+exit $status
 )sh"},
     {"etc/init.d/ifupdown", "# ifupdown: nothing to prepare here.\n"},
     {"etc/init.d/networking", "# networking: the interfaces come up by ifup.\n"},
@@ -124,12 +150,14 @@ cp "$DTC_BOX/etc/inetd.conf" "$DTC_BOX/run/inetd.conf"
 };
 
 /// The desk's tools that the box's commands need: they read, and write only where they are told to.
-constexpr char const* deskTools[] = {"cat", "cp", "grep",  "gzip", "ln",    "ls",  "mkdir",
-                                     "mv",  "rm", "rmdir", "sed",  "sleep", "tar", "tr"};
+constexpr char const* deskTools[] = {"cat", "cp", "grep",  "gzip", "ln",    "ls", "mkdir",
+                                     "mv",  "rm", "rmdir", "sed",  "sleep", "tr"};
+
+/// The desk's tools for the stand-ins, where the box's shell does not look for commands.
+constexpr char const* toolsOfStandIns[] = {"chmod", "date", "find", "tar"};
 
 /// Makes a command of the box that runs a tool of the desk. Not a link: what a box's command writes
-/// to its own
-/// "/bin" must not land in the desk's files.
+/// to its own "/bin" must not land in the desk's files.
 void lendTool(std::string const& root, std::string const& path, std::string const& tool)
 {
     for (char const* directory : {"/bin/", "/usr/bin/"}) {
@@ -151,7 +179,8 @@ void writeStandIns(std::string const& root)
                   0755);
     for (char const* tool : deskTools)
         lendTool(root, std::string("bin/") + tool, tool);
-    lendTool(root, "tools/date", "date"); // not where commands are looked for
+    for (char const* tool : toolsOfStandIns)
+        lendTool(root, std::string("tools/") + tool, tool);
     writeFile(root + "/run/rootfs", "ro\n");
     writeFile(root + "/run/network", "down\n");
     writeFile(root + "/run/clock-offset", "0\n");

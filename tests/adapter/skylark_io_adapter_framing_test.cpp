@@ -155,18 +155,6 @@ TEST_P(FramingTest, ReportsAPeerThatLeavesWhereverItStands)
     }
 }
 
-TEST_P(FramingTest, ReportsAPeerThatLeavesWhileItIsSentTo)
-{
-    m_peer->send(message("x", 1));
-    unsigned int const id = receive().clientId;
-    m_peer->reset();
-    DTC_IO_STATUS status = DTC_IO_SUCCESS;
-    for (int i = 0; i < 1000 && status == DTC_IO_SUCCESS; ++i)
-        status = sendTo(*m_connection, id, 1, std::string(1 << 16, 'x'));
-    EXPECT_EQ(status, DTC_IO_DISCONNECTED);
-    EXPECT_STREQ(m_connection->get_error(), "Client has disconnected");
-}
-
 // Messages trickle in and out of a full pipe while signals rain on the thread. A signal may end a
 // wait early, but once a message has begun it must come through whole.
 TEST_P(FramingTest, StaysInStepWhenSignalsInterrupt)

@@ -1,4 +1,3 @@
-#include "adapter/skylark_io_adapter_client.h"
 #include "tests/support/descriptors.h"
 #include "tests/support/exchange.h"
 #include "tests/support/raw_peer.h"
@@ -24,13 +23,7 @@ using testing::ElementsAre;
 namespace {
 
 constexpr unsigned int patienceMs = 20'000;
-
-std::chrono::nanoseconds processorTime()
-{
-    timespec used{};
-    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &used);
-    return std::chrono::seconds(used.tv_sec) + std::chrono::nanoseconds(used.tv_nsec);
-}
+constexpr std::clock_t processorMs = CLOCKS_PER_SEC / 1000;
 
 class ServerTest : public testing::Test
 {
@@ -63,23 +56,6 @@ TEST_F(ServerTest, TellsATimeOutFromHavingNoClient)
     peers.clear();
     EXPECT_EQ(receive().status, DTC_IO_DISCONNECTED);
     EXPECT_THAT(server.events, ElementsAre("127.0.0.1", "none"));
-}
-
-TEST_F(ServerTest, KnowsItsClientsByTheirPort)
-{
-    auto* const socket = new uSocket;
-    ASSERT_EQ(socket->ClientCreate("127.0.0.1", server.port()), 0U);
-    skylark_Client client(socket);
-    unsigned int id = 0;
-    client.get_local_id(&id);
-    sendTo(client, 0, 5, "ask");
-    EXPECT_EQ(receive().clientId, id);
-    EXPECT_EQ(sendTo(server, id, 6, "reply"), DTC_IO_SUCCESS);
-    Incoming const reply = receiveFrom(client, patienceMs);
-    EXPECT_EQ(reply.payload, "reply");
-    EXPECT_EQ(reply.clientId, server.port());
-    EXPECT_EQ(receiveFrom(client, 0).status, DTC_IO_TIMEOUT);
-    EXPECT_STREQ(client.get_error(), "Select() timed out");
 }
 
 TEST_F(ServerTest, ServesTheLowestReadySlotFirst)
@@ -139,7 +115,6 @@ TEST_F(ServerTest, WatchesOverSilentClients)
     EXPECT_EQ(server.optionOf(client, IPPROTO_TCP, TCP_KEEPIDLE), 15);
     EXPECT_EQ(server.optionOf(client, IPPROTO_TCP, TCP_KEEPINTVL), 5);
     EXPECT_EQ(server.optionOf(client, IPPROTO_TCP, TCP_KEEPCNT), 3);
-    EXPECT_EQ(server.optionOf(client, IPPROTO_TCP, TCP_NODELAY), 1);
 }
 
 // A send that finds its client gone only marks the place; the wait that follows clears it, tells
@@ -152,6 +127,7 @@ TEST_F(ServerTest, ClearsTheClientThatASendFoundGone)
     peer.reset();
     while (sendTo(server, id, 1, "x") == DTC_IO_SUCCESS) {
     }
+    EXPECT_STREQ(server.get_error(), "Client has disconnected");
     EXPECT_EQ(sendTo(server, id, 1, "x"), DTC_IO_DISCONNECTED);
     EXPECT_THAT(server.events, ElementsAre("127.0.0.1"));
     EXPECT_EQ(server.receive_ready(0), DTC_IO_DISCONNECTED);
@@ -171,10 +147,10 @@ TEST_F(ServerTest, GoesOnWithTheOthersWhenAClientLeaves)
         stays.send(message("late", 1));
     });
     EXPECT_EQ(server.receive_ready(patienceMs), DTC_IO_SUCCESS) << "something to read: its end";
-    auto const before = processorTime();
+    std::clock_t const before = std::clock();
     EXPECT_EQ(receive(0).payload, "late")
         << "once a client has left, the call waits for the others";
-    EXPECT_LT(processorTime() - before, std::chrono::milliseconds(50));
+    EXPECT_LT(std::clock() - before, 50 * processorMs);
     later.join();
     peers.emplace_back(server.port()).close();
     SignalStorm const storm;
@@ -215,10 +191,10 @@ TEST_F(ServerTest, PausesWhenItCannotAcceptAndServesAgainWhenItCan)
     RawPeer& waits = peers.emplace_back(server.port());
     {
         NoMoreDescriptors const none;
-        auto const before = processorTime();
+        std::clock_t const before = std::clock();
         auto const start = std::chrono::steady_clock::now();
         EXPECT_EQ(server.receive_ready(300), DTC_IO_TIMEOUT);
-        EXPECT_LT(processorTime() - before, std::chrono::milliseconds(60));
+        EXPECT_LT(std::clock() - before, 60 * processorMs);
         EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(300));
         served.send(message("served", 1));
         EXPECT_EQ(receive().payload, "served");

@@ -8,6 +8,7 @@
 #include <csignal>
 #include <gtest/gtest.h>
 #include <sys/select.h>
+#include <tuple>
 
 using namespace KORVA::DTC;
 using namespace testing_support;
@@ -29,57 +30,49 @@ protected:
 
 TEST_F(AdapterTest, LooksUpServicesAndNumberAddresses)
 {
-    struct
-    {
-        char const *address, *service;
-        bool known;
-        char const* host;
-        unsigned int port;
-    } const cases[] = {{"skylark0:3232235876", "dtc_io", true, "192.168.1.100", 55755},
-                       {"0xC0A80164", "dtc_conf", true, "192.168.1.100", 55756},
-                       {"a:b:0X7f000001junk", "dtc_io", true, "127.0.0.1", 55755},
-                       {"0177.0.0.1", "dtc_io", true, "0.0.0.127", 55755},
-                       {"10.0.0.2", "dtc_io", true, "0.0.0.10", 55755},
-                       {"0", "dtc_io", true, "0.0.0.0", 55755},
-                       {"0x", "dtc_io", true, "0.0.0.0", 55755},
-                       {"4294967295", "dtc_io", true, "255.255.255.255", 55755},
-                       {"4294967296", "dtc_io", true, "", 55755},
-                       {"skylark0", "dtc_io", true, "", 55755},
-                       {"-1", "dtc_io", true, "", 55755},
-                       {"0xg", "dtc_io", true, "", 55755},
-                       {"08", "dtc_io", true, "0.0.0.0", 55755},
-                       {"x:", "dtc_io", true, "", 55755},
-                       {"1", "DTC_IO", false, "", 0}};
-    for (auto const& c : cases) {
+    std::tuple<char const*, char const*, bool, char const*, unsigned int> const cases[] = {
+        {"skylark0:3232235876", "dtc_io", true, "192.168.1.100", 55755},
+        {"0xC0A80164", "dtc_conf", true, "192.168.1.100", 55756},
+        {"a:b:0X7f000001junk", "dtc_io", true, "127.0.0.1", 55755},
+        {"0177.0.0.1", "dtc_io", true, "0.0.0.127", 55755},
+        {"10.0.0.2", "dtc_io", true, "0.0.0.10", 55755},
+        {"0", "dtc_io", true, "0.0.0.0", 55755},
+        {"0x", "dtc_io", true, "0.0.0.0", 55755},
+        {"4294967295", "dtc_io", true, "255.255.255.255", 55755},
+        {"4294967296", "dtc_io", true, "", 55755},
+        {"skylark0", "dtc_io", true, "", 55755},
+        {"-1", "dtc_io", true, "", 55755},
+        {"0xg", "dtc_io", true, "", 55755},
+        {"08", "dtc_io", true, "0.0.0.0", 55755},
+        {"x:", "dtc_io", true, "", 55755},
+        {"1", "DTC_IO", false, "", 0}};
+    for (auto const& [address, service, known, expectedHost, expectedPort] : cases) {
         std::string host = "old";
         unsigned int port = 1;
         testing::internal::CaptureStdout();
-        EXPECT_EQ(adapter.lookup_service(c.address, c.service, host, port), c.known);
+        EXPECT_EQ(adapter.lookup_service(address, service, host, port), known);
         EXPECT_EQ(testing::internal::GetCapturedStdout(),
-                  c.known ? "" : "Unknown service requested: DTC_IO\n");
-        EXPECT_EQ(host, c.host) << c.address;
-        EXPECT_EQ(port, c.port) << c.address;
+                  known ? "" : "Unknown service requested: DTC_IO\n");
+        EXPECT_EQ(host, expectedHost) << address;
+        EXPECT_EQ(port, expectedPort) << address;
     }
 }
 
 TEST_F(AdapterTest, SplitsTcpAddresses)
 {
-    struct
-    {
-        char const *address, *host;
-        unsigned int port;
-    } const cases[] = {{"tcp://10.0.0.2:55755", "10.0.0.2", 55755},
-                       {"see tcp://10.0.0.2:55756,x:1", "10.0.0.2", 55756},
-                       {"55755", "", 55755},
-                       {"host:12,3:4", "host", 12},
-                       {"host:", "host", 0},
-                       {nullptr, "", 0}};
-    for (auto const& c : cases) {
+    std::tuple<char const*, char const*, unsigned int> const cases[] = {
+        {"tcp://10.0.0.2:55755", "10.0.0.2", 55755},
+        {"see tcp://10.0.0.2:55756,x:1", "10.0.0.2", 55756},
+        {"55755", "", 55755},
+        {"host:12,3:4", "host", 12},
+        {"host:", "host", 0},
+        {nullptr, "", 0}};
+    for (auto const& [address, expectedHost, expectedPort] : cases) {
         std::string host = "old";
         unsigned int port = 1;
-        adapter.split_address(c.address, host, port);
-        EXPECT_EQ(host, c.host);
-        EXPECT_EQ(port, c.port);
+        adapter.split_address(address, host, port);
+        EXPECT_EQ(host, expectedHost);
+        EXPECT_EQ(port, expectedPort);
     }
 }
 
@@ -111,8 +104,8 @@ TEST_F(AdapterTest, SaysWhyItMadeNoConnection)
 
 TEST_F(AdapterTest, OwnsItsConnectionsUntilTheyAreClosed)
 {
-    std::size_t const before = openDescriptors();
     EXPECT_TRUE(adapter.initialize());
+    std::size_t const before = openDescriptors();
     EXPECT_EQ(std::signal(SIGPIPE, SIG_DFL), SIG_IGN);
     IOAdapter_Connection* const io = adapter.create("dtc_io", 0);
     IOAdapter_Connection* const conf = adapter.create("dtc_conf", 10);

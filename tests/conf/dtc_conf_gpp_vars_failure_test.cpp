@@ -88,10 +88,10 @@ TEST_F(BoxVarsFailureTest, ReadKeepsWhatItHadWhenACommandOrTheEnvironmentFails)
         char const* failure;
         char const *done, *notDone; // a variable that has its live value, and one that has not
     } const cases[] = {
-        {[] { PLATFORM::FAULTS::refuseShell(1); },
+        {[] { PLATFORM::FAULTS::refuseCommand(1); },
          "system call failed : date '+%Y/%m/%d %H:%M:%S': failed to open pipe for reading",
          "dtcName", "fpgaRev"},
-        {[] { PLATFORM::FAULTS::refuseShell(2); },
+        {[] { PLATFORM::FAULTS::refuseCommand(2); },
          "system call failed : ifconfig -a eth0: failed to open pipe for reading", "fpgaRev",
          "ipAddress"},
         {[] { setenv("ROVERKIT", "maybe", 1); }, "unable to convert \"maybe\" to boolean",
@@ -171,10 +171,10 @@ TEST_F(BoxVarsFailureTest, WriteAndRestoreStopAtTheCommandOrLockThatFails)
         char const* failure;
         unsigned int stepsDone; // of: the image, the clock, the boot record, the error text, inetd
     } const cases[] = {
-        {[] { PLATFORM::FAULTS::refuseShell(1); }, "system call failed : date '+", 0},
-        {[] { PLATFORM::FAULTS::refuseShell(2); },
+        {[] { PLATFORM::FAULTS::refuseCommand(1); }, "system call failed : date '+", 0},
+        {[] { PLATFORM::FAULTS::refuseCommand(2); },
          "system call failed : date -s 2013.05.14-09:30:00: failed to open pipe", 1},
-        {[] { PLATFORM::FAULTS::refuseShell(3); }, "system call failed : mount / -o remount,rw;",
+        {[] { PLATFORM::FAULTS::refuseCommand(3); }, "system call failed : mount / -o remount,rw;",
          4},
         {[] { takeLockIn("date"); }, "/var/lock/i2c", 0},
         {[] { takeLockIn("mount"); }, "/var/lock/i2c", 5},
@@ -193,10 +193,10 @@ TEST_F(BoxVarsFailureTest, WriteAndRestoreStopAtTheCommandOrLockThatFails)
             EXPECT_EQ(done[step], step < c.stepsDone) << c.failure << " step " << step;
     }
     Vars vars("");
-    PLATFORM::FAULTS::refuseShell(2);
+    PLATFORM::FAULTS::refuseCommand(2);
     EXPECT_THAT(failureOf([&] { vars.restore(); }), HasSubstr("ifconfig"));
     EXPECT_EQ(current().getVar("dtcName"), "after");
-    PLATFORM::FAULTS::refuseShell(3); // the write's first
+    PLATFORM::FAULTS::refuseCommand(3); // the write's first
     EXPECT_THAT(failureOf([&] { vars.restore(); }), HasSubstr("date"));
     EXPECT_EQ(vars.getVar("dtcName"), "none") << "the request that was not carried out";
     EXPECT_EQ(current().getVar("dtcName"), "after");

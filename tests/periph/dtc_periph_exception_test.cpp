@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <gtest/gtest.h>
+#include <tuple>
 
 using namespace KORVA::DTC::PERIPH;
 
@@ -11,26 +12,19 @@ namespace {
 
 TEST(PeriphExceptionTest, ComposesItsMessage)
 {
-    struct
-    {
-        char const* file;
-        int status;
-        char const* detail;
-        char const* message;
-    } const cases[] = {
+    std::tuple<char const*, int, char const*, char const*> const cases[] = {
         {"module", Timeout, "/var/lock/i2c", "module(78) : timeout : /var/lock/i2c"},
         {"module", UnmapFailed, nullptr, "module(78) : unable to unmap virtual address"},
         {nullptr, Timeout, "x", "timeout : x"},
         {nullptr, MapFailed, "", "unable to map physical address into virtual address space : "},
         {nullptr, InvalidCallSequence, nullptr, "invalid call sequence"},
         {nullptr, AccessProtected, nullptr, "access protected"},
-        {nullptr, 0, nullptr, "unknown status"},
         {nullptr, 7, nullptr, "unknown status"}};
-    for (auto const& c : cases) {
-        Exception const original(c.file, 78, static_cast<Status>(c.status), c.detail);
+    for (auto const& [file, status, detail, message] : cases) {
+        Exception const original(file, 78, static_cast<Status>(status), detail);
         Exception const copy = original;
-        EXPECT_STREQ(copy.what(), c.message);
-        EXPECT_EQ(copy.status(), c.status);
+        EXPECT_STREQ(copy.what(), message);
+        EXPECT_EQ(copy.status(), status);
     }
 }
 

@@ -1,22 +1,19 @@
 #include "periph/dtc_periph_exception.h"
 #include "periph/dtc_periph_lock.h"
 #include "platform/platform.h"
+#include "tests/support/child.h"
 
 #include <atomic>
 #include <chrono>
 #include <csignal>
 #include <ctime>
-#include <functional>
 #include <gmock/gmock.h>
-#include <memory>
-#include <sys/mman.h>
-#include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
-#include <vector>
 
 using namespace KORVA::DTC;
 using namespace KORVA::DTC::PERIPH;
+using namespace testing_support;
 
 namespace {
 
@@ -25,34 +22,11 @@ bool isFileThere()
     return access(PLATFORM::path("/var/lock/i2c").c_str(), F_OK) == 0;
 }
 
-/// Runs the body in a child process; its end is waited for with endOf.
-pid_t inChild(std::function<void()> const& body)
-{
-    pid_t const child = fork();
-    if (child == 0) {
-        body();
-        _exit(testing::Test::HasFailure() ? 1 : 0);
-    }
-    return child;
-}
-
-int endOf(pid_t child)
-{
-    int status = 0;
-    waitpid(child, &status, 0);
-    return status;
-}
-
 void expectTimeout(unsigned int timeout, unsigned int interval)
 {
-    try {
-        I2C_LOCK().acquire(timeout, interval);
-        ADD_FAILURE() << "acquired";
-    } catch (Exception const& error) {
-        EXPECT_EQ(error.status(), Timeout);
-        EXPECT_THAT(error.what(),
-                    testing::MatchesRegex("dtc_periph_lock\\([0-9]+\\) : timeout : /var/lock/i2c"));
-    }
+    EXPECT_THAT([=] { I2C_LOCK().acquire(timeout, interval); },
+                testing::ThrowsMessage<Exception>(testing::MatchesRegex(
+                    "dtc_periph_lock\\([0-9]+\\) : timeout : /var/lock/i2c")));
 }
 
 TEST(LockTest, IsAFileAndAMutex)
@@ -95,64 +69,59 @@ TEST(LockTest, WaitsWithoutWorking)
 
 TEST(LockTest, WaitsWithoutLimitForATimeOutOfZero)
 {
-    I2C_LOCK lock;
-    int opened[2];
-    ASSERT_EQ(pipe(opened), 0);
-    pid_t const holder = inChild([&] {
+    std::atomic<int>& opened = newSharedNumber();
+    Fork holder([&] {
+        I2C_LOCK lock;
         LockHold const hold(lock, 1000, 1);
-        EXPECT_EQ(write(opened[1], "x", 1), 1);
+        opened = 1;
         std::this_thread::sleep_for(std::chrono::milliseconds(100));
     });
-    char byte = 0;
-    ASSERT_EQ(read(opened[0], &byte, 1), 1);
+    awaitAtLeast(opened, 1);
+    I2C_LOCK lock;
     LockHold const hold(lock, 0, 1);
-    EXPECT_EQ(endOf(holder), 0);
+    EXPECT_EQ(holder.wait(), 0);
 }
 
 TEST(LockTest, LetsInOneOfTwoProcessesWithFourThreadsEach)
 {
     constexpr int rounds = 250;
-    auto* const holders = static_cast<std::atomic<int>*>(
-        mmap(nullptr, 4096, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
-    auto const turns = [holders] {
+    std::atomic<int>& holders = newSharedNumber();
+    std::atomic<int>& turns = newSharedNumber();
+    auto const takeTurns = [&] {
         for (int i = 0; i < rounds; ++i) {
             I2C_LOCK lock;
             LockHold const hold(lock, 60'000, 1);
-            EXPECT_EQ(++*holders, 1);
-            --*holders;
-            ++holders[1];
+            EXPECT_EQ(++holders, 1);
+            --holders;
+            ++turns;
         }
     };
     auto const fourThreads = [&] {
-        std::vector<std::thread> threads;
-        for (int i = 0; i < 4; ++i)
-            threads.emplace_back(turns);
+        std::thread threads[] = {std::thread(takeTurns), std::thread(takeTurns),
+                                 std::thread(takeTurns), std::thread(takeTurns)};
         for (std::thread& thread : threads)
             thread.join();
     };
-    pid_t const first = inChild(fourThreads);
-    pid_t const second = inChild(fourThreads);
-    EXPECT_EQ(endOf(first), 0);
-    EXPECT_EQ(endOf(second), 0);
-    EXPECT_EQ(holders[1], 2 * 4 * rounds);
+    Fork first(fourThreads);
+    Fork second(fourThreads);
+    EXPECT_EQ(first.wait(), 0);
+    EXPECT_EQ(second.wait(), 0);
+    EXPECT_EQ(turns, 2 * 4 * rounds);
     EXPECT_FALSE(isFileThere());
-    munmap(holders, 4096);
 }
 
 TEST(LockTest, StaysLockedByAHolderThatWasKilled)
 {
-    int opened[2];
-    ASSERT_EQ(pipe(opened), 0);
-    pid_t const holder = inChild([&] {
+    std::atomic<int>& opened = newSharedNumber();
+    Fork holder([&] {
         I2C_LOCK lock;
         lock.acquire(1000, 1);
-        EXPECT_EQ(write(opened[1], "x", 1), 1);
+        opened = 1;
         pause();
     });
-    char byte = 0;
-    ASSERT_EQ(read(opened[0], &byte, 1), 1);
-    kill(holder, SIGKILL);
-    EXPECT_EQ(endOf(holder), SIGKILL);
+    awaitAtLeast(opened, 1);
+    holder.signal(SIGKILL);
+    EXPECT_EQ(holder.wait(), -SIGKILL);
     expectTimeout(30, 10);
     unlink(PLATFORM::path("/var/lock/i2c").c_str());
     I2C_LOCK lock;

@@ -1,67 +1,154 @@
 #pragma once
 
+#include <algorithm>
+#include <arpa/inet.h>
+#include <cerrno>
+#include <poll.h>
+#include <stdexcept>
 #include <string>
+#include <sys/socket.h>
+#include <unistd.h>
+#include <utility>
 
 namespace testing_support {
 
-/// A TCP socket that knows nothing of the library: what a foreign, broken or hostile peer would
-/// use.
-class RawPeer
+/// A TCP socket that knows nothing of the library, bound to a local address.
+class RawSocket
 {
 public:
-    /// Connects to 127.0.0.1:port, from the local address given.
-    explicit RawPeer(unsigned int port, char const* from = "127.0.0.1");
-    ~RawPeer();
-    RawPeer(RawPeer&& other) noexcept;
-    RawPeer(RawPeer const&) = delete;
-    RawPeer& operator=(RawPeer const&) = delete;
+    explicit RawSocket(char const* from)
+        : m_descriptor(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
+    {
+        call(::bind, from, 0, "bind");
+    }
+    ~RawSocket() { close(); }
+    RawSocket(RawSocket&& other) noexcept : m_descriptor(std::exchange(other.m_descriptor, -1)) {}
+    RawSocket(RawSocket const&) = delete;
+    RawSocket& operator=(RawSocket const&) = delete;
 
     int descriptor() const { return m_descriptor; }
-    unsigned int localPort() const;
 
-    void send(std::string const& bytes);
-
-    /// Exactly so many bytes, fewer only at the end of the stream.
-    std::string receive(std::size_t length);
-
-    /// True when the other side has closed or reset the connection; waits a while for it.
-    bool seesEnd();
-
-    void close(); ///< In good order.
-    void reset(); ///< With a reset instead of a farewell.
-
-private:
-    friend class RawListener;
-    struct Adopt
+    unsigned int localPort() const
     {
-        int descriptor;
-    };
-    explicit RawPeer(Adopt adopted) : m_descriptor(adopted.descriptor) {}
+        sockaddr_in address{};
+        socklen_t size = sizeof address;
+        getsockname(m_descriptor, reinterpret_cast<sockaddr*>(&address), &size);
+        return ntohs(address.sin_port);
+    }
+
+    void close() ///< In good order.
+    {
+        if (m_descriptor != -1)
+            ::close(std::exchange(m_descriptor, -1));
+    }
+
+    void reset() ///< With a reset instead of a farewell.
+    {
+        linger const discard{1, 0};
+        setsockopt(m_descriptor, SOL_SOCKET, SO_LINGER, &discard, sizeof discard);
+        close();
+    }
+
+protected:
+    RawSocket() = default;
+
+    static void require(bool success, char const* what)
+    {
+        if (!success)
+            throw std::runtime_error(what);
+    }
+
+    /// bind(2) or connect(2). A server that turns its clients away may be faster than connect
+    /// returns.
+    void call(int (*function)(int, sockaddr const*, socklen_t), char const* host, unsigned int port,
+              char const* name)
+    {
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_port = htons(static_cast<std::uint16_t>(port));
+        inet_pton(AF_INET, host, &address.sin_addr);
+        auto* const generic = reinterpret_cast<sockaddr*>(&address);
+        require(function(m_descriptor, generic, sizeof address) == 0 || errno == ECONNRESET, name);
+    }
 
     int m_descriptor = -1;
 };
 
-/// Listens on a port of 127.0.0.1 that the system picks.
-class RawListener
+/// What a foreign, broken or hostile peer would use.
+class RawPeer : public RawSocket
 {
 public:
-    RawListener();
-    ~RawListener();
-    RawListener(RawListener const&) = delete;
-    RawListener& operator=(RawListener const&) = delete;
+    /// Connects to 127.0.0.1:port, from the local address given.
+    explicit RawPeer(unsigned int port, char const* from = "127.0.0.1") : RawSocket(from)
+    {
+        call(::connect, "127.0.0.1", port, "connect");
+    }
 
-    unsigned int port() const;
-    RawPeer accept();
+    void send(std::string const& bytes)
+    {
+        for (std::size_t done = 0; done < bytes.size();) {
+            ssize_t const count =
+                ::send(m_descriptor, &bytes[done], bytes.size() - done, MSG_NOSIGNAL);
+            require(count > 0, "send");
+            done += static_cast<std::size_t>(count);
+        }
+    }
+
+    /// Exactly so many bytes, fewer only at the end of the stream.
+    std::string receive(std::size_t length)
+    {
+        std::string bytes(length, '\0');
+        ssize_t const count = recv(m_descriptor, bytes.data(), length, MSG_WAITALL);
+        bytes.resize(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+        return bytes;
+    }
+
+    /// True when the other side has closed or reset the connection; waits a while for it.
+    bool seesEnd()
+    {
+        pollfd readable{m_descriptor, POLLIN, 0};
+        char byte = 0;
+        return poll(&readable, 1, 20'000) == 1 && recv(m_descriptor, &byte, 1, 0) <= 0;
+    }
 
 private:
-    int m_descriptor;
+    friend class RawListener;
+    RawPeer() = default;
+};
+
+/// Listens on a port of 127.0.0.1 that the system picks.
+class RawListener : public RawSocket
+{
+public:
+    RawListener() : RawSocket("127.0.0.1") { require(listen(m_descriptor, 8) == 0, "listen"); }
+
+    unsigned int port() const { return localPort(); }
+
+    RawPeer accept()
+    {
+        RawPeer accepted;
+        accepted.m_descriptor = accept4(m_descriptor, nullptr, nullptr, SOCK_CLOEXEC);
+        require(accepted.m_descriptor != -1, "accept");
+        return accepted;
+    }
 };
 
 /// A message header as it stands on the wire.
-std::string header(unsigned int byteCount, unsigned int tag, unsigned int magic = 0xFACE0001,
-                   unsigned int reserved = 0);
+inline std::string header(unsigned int byteCount, unsigned int tag, unsigned int magic = 0xFACE0001,
+                          unsigned int reserved = 0)
+{
+    std::string bytes;
+    for (unsigned int const word : {magic, reserved, byteCount, tag}) {
+        for (unsigned int shift = 0; shift < 32; shift += 8)
+            bytes.push_back(static_cast<char>(word >> shift & 0xFFU));
+    }
+    return bytes;
+}
 
 /// A whole message.
-std::string message(std::string const& payload, unsigned int tag);
+inline std::string message(std::string const& payload, unsigned int tag)
+{
+    return header(static_cast<unsigned int>(payload.size()), tag) + payload;
+}
 
 } // namespace testing_support

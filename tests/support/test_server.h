@@ -1,13 +1,13 @@
 #pragma once
 
 #include "adapter/skylark_io_adapter_server.h"
+#include "tests/support/descriptors.h"
 #include "util/usocket.h"
 
 #include <atomic>
 #include <memory>
 #include <stdexcept>
 #include <string>
-#include <sys/socket.h>
 #include <vector>
 
 namespace testing_support {
@@ -57,10 +57,8 @@ public:
 
     int optionOf(unsigned int client, int level, int name)
     {
-        int value = 0;
-        socklen_t size = sizeof value;
-        getsockopt(lookup_client(client)->socket->GetDescriptor(), level, name, &value, &size);
-        return value;
+        return testing_support::optionOf(lookup_client(client)->socket->GetDescriptor(), level,
+                                         name);
     }
 
     bool admits = true;

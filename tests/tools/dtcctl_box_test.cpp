@@ -5,17 +5,24 @@
 #include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
+#include <list>
 
 using testing::AllOf;
 using testing::HasSubstr;
 using testing_support::Child;
+using testing_support::words;
 
 namespace {
 
-std::string dtcctl(std::vector<std::string> arguments, int status = 0)
+std::vector<std::string> commandLine(std::vector<std::string> arguments)
 {
     arguments.insert(arguments.begin(), PROGRAM_DIRECTORY "dtcctl");
-    Child child(arguments);
+    return arguments;
+}
+
+std::string dtcctl(std::vector<std::string> const& arguments, int status = 0)
+{
+    Child child(commandLine(arguments));
     EXPECT_EQ(child.wait(), status) << child.output();
     return child.output();
 }
@@ -80,12 +87,14 @@ TEST(DtcctlBoxTest, LeavesALockedBusAlone)
     std::string const lock = std::string(std::getenv("DTC_BOX_ROOT")) + "/var/lock/i2c";
     EXPECT_FALSE(std::filesystem::exists(lock)) << "it must be given up";
     std::ofstream(lock).put('\n');
-    Child dumping({PROGRAM_DIRECTORY "dtcctl", "eeprom", "dump"});
-    EXPECT_THAT(dtcctl({"led", "0", "on"}, 1), HasSubstr(" : timeout : /var/lock/i2c\n"));
-    EXPECT_THAT(dtcctl({"reset", "fpga"}, 1), HasSubstr(" : timeout : /var/lock/i2c\n"));
+    std::list<Child> waiting;
+    for (char const* command : {"eeprom dump", "led 0 on", "reset fpga"})
+        waiting.emplace_back(commandLine(words(command)));
     EXPECT_EQ(dtcctl({"fpga", "read", "2"}), "0x00000002: 0x0000\n") << "it needs no lock";
-    EXPECT_EQ(dumping.wait(), 1);
-    EXPECT_THAT(dumping.output(), HasSubstr(" : timeout : /var/lock/i2c\n"));
+    for (Child& child : waiting) {
+        EXPECT_EQ(child.wait(), 1);
+        EXPECT_THAT(child.output(), HasSubstr(" : timeout : /var/lock/i2c\n"));
+    }
     std::filesystem::remove(lock);
     EXPECT_THAT(dtcctl({"box", "--json"}), HasSubstr(R"("leds":["off",)"));
 }
@@ -93,9 +102,9 @@ TEST(DtcctlBoxTest, LeavesALockedBusAlone)
 TEST(DtcctlBoxTest, BlinksAndWatchesUntilInterrupted)
 {
     dtcctl({"led", "0", "on"});
-    Child watching({PROGRAM_DIRECTORY "dtcctl", "box", "--watch"});
+    Child watching(commandLine({"box", "--watch"}));
     EXPECT_TRUE(watching.waitForOutput("LED 0             on\n"));
-    Child blinking({PROGRAM_DIRECTORY "dtcctl", "led", "0", "blink", "1000000"});
+    Child blinking(commandLine({"led", "0", "blink", "1000000"}));
     auto const isOff = [] {
         return dtcctl({"box"}).find("LED 0             off") != std::string::npos;
     };
@@ -114,25 +123,12 @@ TEST(DtcctlBoxTest, BlinksAndWatchesUntilInterrupted)
 
 TEST(DtcctlBoxTest, RefusesWrongUse)
 {
-    std::vector<std::string> const wrong[] = {{"led", "3", "on"},
-                                              {"led", "0", "on", "1"},
-                                              {"led", "0", "blink"},
-                                              {"led", "0", "blink", "1000001"},
-                                              {"fpga", "read"},
-                                              {"fpga", "read", "0x100000000"},
-                                              {"fpga", "read", "12z"},
-                                              {"fpga", "read", "0x"},
-                                              {"fpga", "write", "0", "0x10000"},
-                                              {"eeprom", "read", "0", "16385"},
-                                              {"eeprom", "read", "16384", "0"},
-                                              {"eeprom", "dump", "0"},
-                                              {"eeprom", "write", "0", "/dev/null"},
-                                              {"reset"},
-                                              {"reset", "box"},
-                                              {"box", "--watch", "--json"},
-                                              {"box", "--new", "--json"}};
-    for (auto const& arguments : wrong)
-        EXPECT_NE(dtcctl(arguments, 2), "") << "it must say why";
+    for (char const* wrong :
+         {"led 3 on", "led 0 on 1", "led 0 blink", "led 0 blink 1000001", "fpga read",
+          "fpga read 0x100000000", "fpga read 12z", "fpga read 0x", "fpga write 0 0x10000",
+          "eeprom read 0 16385", "eeprom read 16384 0", "eeprom dump 0", "eeprom write 0 /dev/null",
+          "reset", "reset box", "box --watch --json", "box --new --json"})
+        EXPECT_NE(dtcctl(words(wrong), 2), "") << wrong << ": it must say why";
     EXPECT_THAT(dtcctl({"eeprom", "write", "32", writtenFile("x")}, 2),
                 HasSubstr("32: not the beginning of a page, a multiple of 64"));
     EXPECT_THAT(dtcctl({"fpga", "read", "0x07000000"}, 1), HasSubstr("invalid address"));

@@ -1,7 +1,6 @@
 #include "tests/support/child.h"
 #include "tools/dtcctl.h"
 #include "tools/dtcctl_address.h"
-#include "tools/dtcctl_round_trips.h"
 
 #include <csignal>
 #include <fstream>
@@ -12,6 +11,7 @@ using testing::AllOf;
 using testing::ContainsRegex;
 using testing::HasSubstr;
 using testing_support::Child;
+using testing_support::words;
 
 namespace {
 
@@ -83,19 +83,12 @@ TEST(DtcctlTest, SaysWhatFailed)
 
 TEST(DtcctlTest, RefusesWrongUse)
 {
-    std::vector<std::string> const wrong[] = {{},
-                                              {"juggle"},
-                                              {"send"},
-                                              {"send", "127.0.0.1"},
-                                              {"send", "127.0.0.1", ""},
-                                              {"send", "127.0.0.1", "x", "--tag", "-1"},
-                                              {"send", "127.0.0.1:55755", "x"},
-                                              {"send", "10.0.0", "x"},
-                                              {"send", "127.0.0.1", "x", "--file", "y"},
-                                              {"serve", "--service", "dtc"},
-                                              {"ping", "127.0.0.1", "-s", "0"}};
-    for (auto const& arguments : wrong)
-        EXPECT_NE(dtcctl(arguments, 2), "") << "it must say why";
+    for (char const* wrong :
+         {"", "juggle", "send", "send 127.0.0.1", "send 127.0.0.1 x --tag -1",
+          "send 127.0.0.1:55755 x", "send 10.0.0 x", "send 127.0.0.1 x --file y",
+          "serve --service dtc", "ping 127.0.0.1 -s 0"})
+        EXPECT_NE(dtcctl(words(wrong), 2), "") << wrong << ": it must say why";
+    EXPECT_NE(dtcctl({"send", "127.0.0.1", ""}, 2), "");
     EXPECT_THAT(dtcctl({"--help"}), HasSubstr("ping"));
     EXPECT_THAT(dtcctl({"--version"}), ContainsRegex("dtcctl [0-9]+\\."));
 }
@@ -110,28 +103,17 @@ TEST(DtcctlTest, TurnsAddressesIntoTheLibrarysForm)
     EXPECT_THROW(dtcctl::libraryAddress("no such host"), dtcctl::Failure);
 }
 
-TEST(DtcctlTest, SummarisesRoundTripsAsPingDoes)
-{
-    dtcctl::RoundTrips times;
-    EXPECT_EQ(times.deviation(), 0);
-    for (double const ms : {2.0, 4.0, 4.0, 4.0, 5.0, 5.0, 7.0, 9.0})
-        times.add(ms);
-    EXPECT_EQ(times.minimum(), 2);
-    EXPECT_EQ(times.maximum(), 9);
-    EXPECT_DOUBLE_EQ(times.average(), 5);
-    EXPECT_DOUBLE_EQ(times.deviation(), 2);
-}
-
 TEST(ExamplesTest, TalkToEachOther)
 {
     auto const serving = start("example_serve", {});
     std::string output;
-    for (int attempt = 0; attempt < 2000 && output != "tag 7: hi\n"; ++attempt) {
+    for (int attempt = 0; attempt < 50 && output.find("tag 7: hi\n") == std::string::npos;
+         ++attempt) {
         auto const client = start("example_client", {"0x7F000001", "hi"});
         client->wait(); // fails until the server listens
         output = client->output();
     }
-    EXPECT_EQ(output, "tag 7: hi\n");
+    EXPECT_THAT(output, HasSubstr("tag 7: hi\n"));
     EXPECT_THAT(run("example_client", {}, 2), HasSubstr("usage"));
 }
 

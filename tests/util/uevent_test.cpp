@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 #include <random>
 #include <thread>
-#include <vector>
 
 using KORVA::uEvent;
 using KORVA::uEventListener;
@@ -32,13 +31,12 @@ TEST(EventTest, OneSetReleasesEveryWaiterBlockedAtThatMoment)
 {
     uEvent event(false);
     std::atomic<int> released{0};
-    std::vector<std::thread> waiters;
-    for (int i = 0; i < 4; ++i)
-        waiters.emplace_back([&] {
-            EXPECT_TRUE(event.Wait(forever));
-            ++released;
-        });
-    while (released < 4) // a waiter that was not blocked yet takes a later Set
+    auto const wait = [&] {
+        EXPECT_TRUE(event.Wait(forever));
+        ++released;
+    };
+    std::thread waiters[] = {std::thread(wait), std::thread(wait), std::thread(wait)};
+    while (released < 3) // a waiter that was not blocked yet takes a later Set
         event.Set();
     for (std::thread& waiter : waiters)
         waiter.join();
@@ -49,7 +47,7 @@ TEST(EventTest, TimesOutNoEarlierThanAsked)
     uEvent event(false);
     uEvent* events[] = {&event};
     uEventListener listener(events, 1);
-    for (unsigned int const limitMs : {1U, 30U, 1001U}) { // 1001: seconds and a carry
+    for (unsigned int const limitMs : {1U, 1001U}) { // seconds and a carry
         auto const start = std::chrono::steady_clock::now();
         EXPECT_FALSE(event.Wait(limitMs));
         EXPECT_EQ(listener.Wait(limitMs), -1);
@@ -75,18 +73,24 @@ TEST(EventListenerTest, ReportsTheFirstSetEventAndClearsAllThatAreSet)
     EXPECT_EQ(uEventListener(nullptr, 3).Wait(0), -1);
 }
 
+// An event that was set before the wait is found at its first place, one that wakes it at its last.
 TEST(EventListenerTest, ConsumesTheEventThatWakesIt)
 {
     uEvent a(false);
     uEvent b(false);
     uEvent* events[] = {&b, &a, &b};
     uEventListener listener(events, 3);
-    std::thread setter([&] { b.Set(); });
-    int const index = listener.Wait(forever);
-    setter.join();
-    // 2 when woken (the last place of a duplicate), 0 when it was set before the wait began.
-    EXPECT_TRUE(index == 2 || index == 0) << index;
-    EXPECT_FALSE(b.IsSet());
+    int index = 0;
+    for (int round = 0; round < 1000 && index == 0; ++round) {
+        std::thread setter([&] {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            b.Set();
+        });
+        index = listener.Wait(forever);
+        setter.join();
+        EXPECT_FALSE(b.IsSet());
+    }
+    EXPECT_EQ(index, 2);
 }
 
 TEST(EventListenerTest, LeavesItsEventsWhenDestroyed)
@@ -130,7 +134,6 @@ TEST(EventListenerTest, NeitherLosesNorDoublesASignalThatMeetsTheTimeOut)
     uEvent* events[] = {&event};
     uEventListener listener(events, 1);
     std::minstd_rand random(1);
-    int signals = 0;
     int taken = 0;
     for (int i = 0; i < 300; ++i) {
         auto const delayUs = static_cast<unsigned int>(random() % 2000);
@@ -138,12 +141,11 @@ TEST(EventListenerTest, NeitherLosesNorDoublesASignalThatMeetsTheTimeOut)
             std::this_thread::sleep_for(std::chrono::microseconds(delayUs));
             event.Set();
         });
-        ++signals;
         taken += listener.Wait(1) == 0 ? 1 : 0;
         setter.join();
         taken += event.Wait(0) ? 1 : 0;
     }
-    EXPECT_EQ(taken, signals);
+    EXPECT_EQ(taken, 300);
 }
 
 } // namespace

@@ -3,23 +3,18 @@
  * client 99; a message is ready when ADAPTER_READY has the name in it. "nothing" lets nothing out,
  * "old" lacks DTC_IO_Send_V2, DTC_Get_Error and DTC_IO_Create among others. */
 #define _POSIX_C_SOURCE 200809L
-#include <stdarg.h>
 #include <stdint.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 
-static void record(const char* format, ...)
-{
-    va_list arguments;
-    va_start(arguments, format);
-    FILE* const file = fopen(getenv("ADAPTER_LOG"), "a");
-    fputs(NAME " ", file);
-    vfprintf(file, format, arguments);
-    fputc('\n', file);
-    fclose(file);
-    va_end(arguments);
-}
+#define record(...)                                                                                \
+    do {                                                                                           \
+        FILE* const file = fopen(getenv("ADAPTER_LOG"), "a");                                      \
+        fprintf(file, NAME " " __VA_ARGS__);                                                       \
+        fputc('\n', file);                                                                         \
+        fclose(file);                                                                              \
+    } while (0)
 
 __attribute__((destructor)) static void unload(void)
 {
@@ -45,8 +40,6 @@ void DTC_IO_Close(void* connection)
     record("close %u", (unsigned)(uintptr_t)connection);
 }
 
-DTC_IO_STATUS DTC_IO_Send(void* connection, unsigned int clientId, unsigned int tag,
-                          unsigned int* buffer, unsigned int length);
 DTC_IO_STATUS DTC_IO_Send(void* connection, unsigned int clientId, unsigned int tag,
                           unsigned int* buffer, unsigned int length)
 {

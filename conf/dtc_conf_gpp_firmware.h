@@ -1,0 +1,27 @@
+/// Firmware: writing an uploaded archive to the flash, and deleting an upload.
+///
+/// Both run shell commands for which the root file system is writable meanwhile; it is read-only
+/// again whenever they return or throw. Not locked: callers serialise. Not to be interrupted: what
+/// ends the process ends a command half-way.
+#pragma once
+
+#include "util/export.h"
+
+namespace KORVA::DTC::CONF {
+
+/// Unpacks the archive "/tmp/NAME", NAME being what follows the last "/" in file, in "/tmp" and
+/// deletes it; then writes "rootfs.tar.gz" and "uImage", where "/tmp" now has them, to flash
+/// partitions 5 and 4 in safe mode, otherwise to 3 and 2. Takes seconds to minutes.
+///
+/// Returns how many of the two names occur in the listing of "/tmp", also as a part of another
+/// name: commands that fail, as for a damaged archive or a worn flash, are not noticed. Throws
+/// NullParameter for null; OperationFailed outside safe mode, unless the variable _control is
+/// AllowUnsafeUpdate, and for a name with a line break, which no command can carry;
+/// SystemCallFailed when the shell cannot be started; and what Vars::read throws.
+KORVA_API int store(char const* file);
+
+/// Deletes the file of that name from "/tmp", if it is there. Throws as store does for the name and
+/// the shell.
+KORVA_API void remove(char const* file);
+
+} // namespace KORVA::DTC::CONF

@@ -1,0 +1,119 @@
+#include "adapter/skylark_io_adapter_network.h"
+
+#include "platform/simulated/box_files.h"
+#include "platform/simulated/faults.h"
+#include "tests/support/box_state.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <gmock/gmock.h>
+#include <thread>
+#include <unistd.h>
+
+using namespace KORVA::DTC;
+using namespace PLATFORM::FAULTS;
+using namespace testing_support;
+using testing::HasSubstr;
+
+namespace {
+
+std::string const command =
+    "mount -o remount,rw /; /etc/init.d/ifupdown start; /etc/init.d/networking start; "
+    "ifup --interfaces /tmp/interfaces --force eth0; mount -o remount,ro /";
+
+void call()
+{
+    bool const isConfigured = initialize_network();
+    std::printf("%d %d\n", isConfigured, get_network_status());
+}
+
+/// Expects the output of the calls in a process in which the network has not been set up yet.
+template <typename Calls>
+void expect(testing::Matcher<std::string const&> const& output, Calls calls)
+{
+    auto const run = [&] {
+        dup2(STDERR_FILENO, STDOUT_FILENO);
+        calls();
+        std::fflush(stdout);
+        _exit(0);
+    };
+    EXPECT_EXIT(run(), testing::ExitedWithCode(0), output);
+}
+
+TEST(NetworkTest, WritesTheInterfacesFileAndRunsTheCommand)
+{
+    struct
+    {
+        std::string image, says, file, address;
+    } const cases[] = {
+        {"ipLeasehours=24\nipLeasetime=9\nipHwaddress=h\nipMtu=9\n", "dhcp",
+         "dhcp\n    leasehours 24\n    leasetime 9\n    hwaddress h\n", "192.168.0.2\n"},
+        {"ipConfig=192.168.0.10\n", "static ip address : 192.168.0.10",
+         "static\n    address 192.168.0.10\n    netmask 255.255.0.0\n", "192.168.0.10\n"},
+        {"ipConfig=DHCP\nipNetmask=m\nipBroadcast=b\nipNetwork=n\nipGateway=g\nipPointopoint=p\n"
+         "ipHwaddress=h\nipMtu=1500\nipLeasetime=9\n",
+         "static ip address : DHCP",
+         "static\n    address DHCP\n    netmask m\n    broadcast b\n    network n\n    gateway g\n"
+         "    pointopoint p\n    hwaddress h\n    mtu 1500\n",
+         "DHCP\n"}};
+    for (auto const& c : cases) {
+        PLATFORM::renewBox();
+        std::fstream(PLATFORM::boxRoot() + "/dev/i2c/eeprom") << c.image << '\0';
+        expect("Configuring network for " + c.says + "\n1 0\n", call);
+        EXPECT_EQ(boxFile("/tmp/interfaces"),
+                  "auto lo\niface lo inet loopback\niface eth0 inet " + c.file);
+        EXPECT_EQ(boxFile("/run/address"), c.address);
+    }
+}
+
+TEST(NetworkTest, IsSetUpOnceWhicheverThreadComesFirst)
+{
+    PLATFORM::renewBox();
+    expect("Configuring network for dhcp\n1 0\n", [] {
+        std::vector<std::thread> threads(8);
+        for (std::thread& thread : threads)
+            thread = std::thread([] { std::fputs(initialize_network() ? "" : "failed", stdout); });
+        for (std::thread& thread : threads)
+            thread.join();
+        onTransfer(1, Transfer::Fails, true);
+        call(); // reads nothing again
+    });
+    std::string const log = boxFile("/log/commands.log");
+    EXPECT_TRUE(log.find(command) != std::string::npos && log.find(command) == log.rfind(command));
+}
+
+TEST(NetworkTest, TriesAgainAfterAFailureButNotWhenTheCommandDoesNotStart)
+{
+    PLATFORM::renewBox();
+    std::string const file = PLATFORM::boxRoot() + "/tmp/interfaces";
+    std::string const unread = "Failed to read configuration variables";
+    std::string const dhcp = "Configuring network for dhcp\n";
+    expect(HasSubstr(unread + " [DTC_CONF_Status=15] : peripheral access failed : unable to read"),
+           [] {
+               onTransfer(1, Transfer::Fails, true);
+               call();
+           });
+    expect(unread + ":  unable to convert \"1\" to boolean\n0 1\n" + dhcp + "0 1\n" + dhcp +
+               "commmand failed [" + command + "]\n0 3\n0 3\n",
+           [&file] {
+               setenv("SAFEMODE", "1", 1);
+               call();
+               unsetenv("SAFEMODE");
+               std::filesystem::create_directory(file); // no file can be written there
+               call();
+               std::filesystem::remove(file);
+               refuseCommand(3); // behind the two that read the clock and the addresses
+               call();
+               call();
+           });
+    std::filesystem::remove(file);
+    expect("Network configuration disabled\n1 0\n", [] {
+        setenv("IPCONFIG", "off", 1);
+        call();
+    });
+    EXPECT_FALSE(std::filesystem::exists(file));
+    EXPECT_THAT(boxFile("/log/commands.log"), testing::Not(HasSubstr(command)));
+}
+
+} // namespace
