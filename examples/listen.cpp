@@ -1,0 +1,49 @@
+// The smallest program with a listener: answers every "dtc_io" message, whichever device it comes
+// from, with the same bytes. Arguments: device names, "skylark0" for skylark_io.so.
+#include <loader/io_adapter_listener.h>
+
+#include <cstdarg>
+#include <cstdio>
+
+namespace {
+
+class Logger final : public KORVA::DTC::DTC_Logger
+{
+public:
+    void log_info(char const* format, ...) override __attribute__((format(printf, 2, 3)))
+    {
+        va_list arguments;
+        va_start(arguments, format);
+        std::vfprintf(stderr, format, arguments);
+        va_end(arguments);
+    }
+
+    // The listener has its errors on standard output too.
+    void log_error(char const* /*format*/, ...) override {}
+};
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    static unsigned int buffer[1 << 18]; // messages of up to 1 MiB
+    std::vector<std::string> devices(argv + 1, argv + argc);
+    Logger logger;
+    KORVA::DTC::IOAdapterListener listener(devices, "dtc_io", logger);
+    while (listener.connection_count() > 0) {
+        KORVA::DTC::IOAdapter_Connection* const ready = listener.listen(1000);
+        if (ready == nullptr)
+            continue;
+        unsigned int client = 0;
+        unsigned int tag = 0;
+        unsigned int length = 0;
+        DTC_IO_STATUS status =
+            ready->receive(&client, &tag, buffer, sizeof buffer, &length, DTC_IO_NO_TIME_LIMIT);
+        if (status == DTC_IO_SUCCESS)
+            status = ready->send(client, tag, buffer, length, nullptr);
+        // A client that leaves is no failure: the next call waits for others.
+        if (status != DTC_IO_SUCCESS && status != DTC_IO_DISCONNECTED)
+            std::fprintf(stderr, "listen: %s\n", ready->get_error());
+    }
+    return 1;
+}

@@ -1,0 +1,154 @@
+#include "loader/io_adapter_listener.h"
+
+#include "tools/dtcctl.h"
+#include "tools/dtcctl_connection.h"
+#include "tools/dtcctl_interrupt.h"
+
+#include <cstdarg>
+#include <cstdio>
+#include <memory>
+#include <set>
+
+namespace dtcctl {
+namespace {
+
+using KORVA::DTC::IOAdapter_Connection;
+
+struct ListenOptions
+{
+    std::vector<std::string> devices;
+    std::string service = "dtc_io";
+    std::string reply = "echo";
+    unsigned long count = 0;
+    unsigned int maxSizeBytes = 16U << 20;
+};
+
+/// To standard error, a line each.
+class StderrLogger final : public KORVA::DTC::DTC_Logger
+{
+public:
+    void log_info(char const* format, ...) override __attribute__((format(printf, 2, 3)))
+    {
+        va_list arguments;
+        va_start(arguments, format);
+        std::vfprintf(stderr, format, arguments); // its lines end in a line feed
+        va_end(arguments);
+    }
+
+    void log_error(char const* format, ...) override __attribute__((format(printf, 2, 3)))
+    {
+        va_list arguments;
+        va_start(arguments, format);
+        std::fputs("dtcctl: ", stderr);
+        std::vfprintf(stderr, format, arguments);
+        va_end(arguments);
+        std::fputc('\n', stderr);
+    }
+};
+
+class Listening
+{
+public:
+    explicit Listening(ListenOptions& options)
+        : m_options(options), m_buffer(options.maxSizeBytes),
+          m_listener(options.devices, options.service.c_str(), m_logger)
+    {
+        if (m_listener.connection_count() == 0)
+            throw Failure("no device serves " + options.service);
+    }
+
+    void run()
+    {
+        catchInterrupts();
+        while (!interrupted() && (m_options.count == 0 || m_messages < m_options.count)) {
+            IOAdapter_Connection* const ready = m_listener.listen(500);
+            if (ready != nullptr)
+                receiveFrom(*ready);
+        }
+        if (!interrupted())
+            letClientsLeave();
+        std::printf("served %lu message%s\n", m_messages, m_messages == 1 ? "" : "s");
+    }
+
+private:
+    void receiveFrom(IOAdapter_Connection& connection)
+    {
+        Received message{};
+        message.status = connection.receive(&message.clientId, &message.tag, m_buffer.words(),
+                                            m_buffer.size(), &message.length, 0);
+        if (message.status == DTC_IO_SUCCESS)
+            return onMessage(connection, message);
+        if (message.status == DTC_IO_DISCONNECTED) {
+            if (m_clients.erase(&connection) > 0)
+                std::printf("the last client of %u has gone\n", idOf(connection));
+        } else if (message.status != DTC_IO_TIMEOUT) {
+            std::fprintf(stderr, "dtcctl: receive: %s\n", connection.get_error());
+        }
+    }
+
+    void onMessage(IOAdapter_Connection& connection, Received const& message)
+    {
+        ++m_messages;
+        m_clients.insert(&connection);
+        std::printf("message from %u at %u: %u byte%s, tag %u\n", message.clientId,
+                    idOf(connection), message.length, message.length == 1 ? "" : "s", message.tag);
+        if (m_options.reply != "echo")
+            return;
+        unsigned int sent = 0;
+        if (connection.send(message.clientId, message.tag, m_buffer.words(), message.length,
+                            &sent) != DTC_IO_SUCCESS)
+            std::fprintf(stderr, "dtcctl: reply to %u: %s\n", message.clientId,
+                         connection.get_error());
+    }
+
+    /// Closing may cost the clients a reply still under way.
+    void letClientsLeave()
+    {
+        for (int i = 0; i < 10 && !m_clients.empty() && !interrupted(); ++i) {
+            IOAdapter_Connection* const ready = m_listener.listen(100);
+            if (ready != nullptr)
+                receiveFrom(*ready);
+        }
+    }
+
+    /// What its adapter calls this end: for skylark_io.so the port it listens on.
+    static unsigned int idOf(IOAdapter_Connection& connection)
+    {
+        unsigned int id = 0;
+        connection.get_local_id(&id);
+        return id;
+    }
+
+    ListenOptions& m_options;
+    Buffer m_buffer;
+    StderrLogger m_logger;
+    KORVA::DTC::IOAdapterListener m_listener;
+    std::set<IOAdapter_Connection*> m_clients; ///< The connections that have some.
+    unsigned long m_messages = 0;
+};
+
+} // namespace
+
+void addListen(CLI::App& app, int& status)
+{
+    auto const options = std::make_shared<ListenOptions>();
+    CLI::App* const command = app.add_subcommand(
+        "listen", "Serve a service on several devices, each by its adapter library");
+    command->add_option("DEVICE", options->devices, "skylark0 stands for skylark_io.so, and so on")
+        ->required();
+    command->add_option("--service", options->service, "The service")->capture_default_str();
+    command->add_option("--reply", options->reply, "What each message is answered with")
+        ->check(CLI::IsMember({"echo", "none"}))
+        ->capture_default_str();
+    command->add_option("--count", options->count, "End after so many messages (0: never)")
+        ->capture_default_str();
+    command->add_option("--max-size", options->maxSizeBytes, "Largest message accepted, in bytes")
+        ->check(CLI::Range(1U, 1U << 30))
+        ->capture_default_str();
+    command->callback([options, &status] {
+        Listening(*options).run();
+        status = ExitOk;
+    });
+}
+
+} // namespace dtcctl
