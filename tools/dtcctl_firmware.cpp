@@ -57,7 +57,8 @@ struct Contents
     std::set<std::string> others;
 };
 
-/// A member's name without the parts that lead nowhere: "./a//b" is "a/b".
+/// A member's name without the parts that lead nowhere: "./a//b" is "a/b". A directory's ends in
+/// "/".
 std::string pathInTmp(std::string const& member)
 {
     std::string path;
@@ -65,7 +66,7 @@ std::string pathInTmp(std::string const& member)
         if (part != "." && !part.empty())
             path.append(path.empty() ? "" : "/").append(part.string());
     }
-    return path;
+    return member.back() == '/' ? path + "/" : path;
 }
 
 void addMember(Contents& contents, std::string const& member)
@@ -77,7 +78,7 @@ void addMember(Contents& contents, std::string const& member)
     }
     std::string const path = pathInTmp(member);
     std::string const top = path.substr(0, path.find('/'));
-    if (top.empty())
+    if (top.empty()) // the directory itself
         return;
     Image const* const image = imageSeenIn(top);
     if (image == nullptr)
