@@ -66,7 +66,7 @@ std::string pathInTmp(std::string const& member)
         if (part != "." && !part.empty())
             path.append(path.empty() ? "" : "/").append(part.string());
     }
-    return member.back() == '/' ? path + "/" : path;
+    return !member.empty() && member.back() == '/' ? path + "/" : path;
 }
 
 void addMember(Contents& contents, std::string const& member)
