@@ -83,10 +83,8 @@ TEST_F(ListenerTest, SharesTheTimeOutInTheOrderOfTheDevices)
 
 /// Exchanges messages with a server, through this program's own copy of the library. The seed makes
 /// the content this client's own.
-void runClient(unsigned int seed, std::atomic<int>& running)
+void runClient(void* box, unsigned int seed, std::atomic<int>& running)
 {
-    void* box = nullptr;
-    EXPECT_EQ(DTC_IO_Open("0x7F000001", seed % 2 == 0 ? "dtc_io" : "dtc_conf", &box), 0);
     std::minstd_rand random(seed);
     std::vector<unsigned int> words(8192);
     std::vector<unsigned int> reply(8192);
@@ -101,7 +99,6 @@ void runClient(unsigned int seed, std::atomic<int>& running)
                     std::equal(words.begin(), words.end(), reply.begin()));
     }
     --running;
-    DTC_IO_Close(box);
 }
 
 // The second is a copy of the first and lets out the same names, and so does this program.
@@ -112,8 +109,11 @@ TEST_F(ListenerTest, ServesTheClientsOfTwoAdaptersInOneProcess)
     ASSERT_TRUE(listener->add_connection(ADAPTERS "twin0", "dtc_conf", logger));
     std::vector<std::thread> clients;
     std::atomic<int> running{4};
-    for (unsigned int seed = 1; seed <= 4; ++seed)
-        clients.emplace_back(runClient, seed, std::ref(running));
+    void* boxes[4];
+    for (unsigned int i = 0; i < 4; ++i) {
+        ASSERT_EQ(DTC_IO_Open("0x7F000001", i % 2 == 0 ? "dtc_io" : "dtc_conf", &boxes[i]), 0);
+        clients.emplace_back(runClient, boxes[i], i + 1, std::ref(running));
+    }
     std::set<IOAdapter_Connection*> served;
     while (running > 0) {
         auto* const ready = listener->listen(2);
@@ -128,6 +128,8 @@ TEST_F(ListenerTest, ServesTheClientsOfTwoAdaptersInOneProcess)
     EXPECT_EQ(served.size(), 2U);
     listener.reset();
     EXPECT_FALSE(isLoaded("skylark") || isLoaded("twin"));
+    for (void* box : boxes)
+        DTC_IO_Close(box);
 }
 
 } // namespace
