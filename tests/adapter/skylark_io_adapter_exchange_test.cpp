@@ -1,166 +1,119 @@
 #include "adapter/skylark_io_adapter.h"
 #include "tests/support/child.h"
-#include "tests/support/descriptors.h"
 #include "tests/support/exchange.h"
 #include "tests/support/raw_peer.h"
 #include "tests/support/test_server.h"
 
-#include <atomic>
 #include <cmath>
-#include <csignal>
-#include <fstream>
-#include <gtest/gtest.h>
 #include <list>
-#include <memory>
+#include <malloc.h>
 #include <random>
-#include <thread>
-#include <vector>
 
-using namespace KORVA;
-using namespace KORVA::DTC;
 using namespace testing_support;
 
 namespace {
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr unsigned int effort = 10;     // a tenth of it: the sanitizers slow everything down
-constexpr bool memoryStaysFlat = false; // they keep freed memory aside
+constexpr unsigned int effort = 10; // a tenth of it: the sanitizers slow everything down
 #else
 constexpr unsigned int effort = 1;
-constexpr bool memoryStaysFlat = true;
 #endif
 
-/// Answers every message with itself until destroyed, on a server that admits everyone.
-class Echo
+/// Answers a message with itself, if one comes soon.
+void echo(TestServer& server)
 {
-public:
-    Echo()
-    {
-        std::signal(SIGPIPE, SIG_IGN);
-        server.notes = false;
-    }
-    ~Echo()
-    {
-        m_stop = true;
-        m_thread.join();
-    }
-
-    TestServer server{55755};
-    std::atomic<unsigned long> messages{0};
-
-private:
-    void run()
-    {
-        std::vector<unsigned int> buffer(1 << 18);
-        unsigned int client = 0;
-        unsigned int tag = 0;
-        unsigned int length = 0;
-        while (!m_stop) {
-            // Asked first, because a receive that loses a client waits for the others without
-            // limit.
-            if (server.receive_ready(20) != DTC_IO_SUCCESS ||
-                server.receive(&client, &tag, buffer.data(), 1 << 20, &length, 0) != DTC_IO_SUCCESS)
-                continue;
-            server.send(client, tag, buffer.data(), length, nullptr);
-            ++messages;
-        }
-    }
-
-    std::atomic<bool> m_stop{false};
-    std::thread m_thread{[this] { run(); }};
-};
+    // Asked first, because a receive that loses a client waits for the others without limit.
+    if (server.receive_ready(20) != DTC_IO_SUCCESS)
+        return;
+    Incoming const incoming = receiveFrom(server, 0, 1 << 20);
+    sendTo(server, incoming.clientId, incoming.tag, incoming.payload);
+}
 
 /// Exchanges messages of mixed sizes with the server and checks every byte. The seed makes the
-/// content this client's own. Begins at the first stage, leaves at the second.
-void exchange(unsigned int seed, unsigned int messages, std::atomic<int> const& stage)
+/// content this client's own. Says when it is connected, and leaves when nine are.
+void runClient(unsigned int seed, std::atomic<int>& connected)
 {
-    constexpr unsigned int largestBytes = 1U << 20;
     std::minstd_rand random(seed);
     std::uniform_real_distribution<double> exponent(0, 16);
-    std::string pattern(2 * largestBytes, '\0');
+    std::string pattern(2 << 20, '\0');
     for (char& byte : pattern)
         byte = static_cast<char>(random());
-    awaitAtLeast(stage, 1);
-    skylark_IOAdapter adapter;
-    IOAdapter_Connection* const box = adapter.open("0x7F000001", "dtc_io");
+    KORVA::DTC::skylark_IOAdapter adapter;
+    auto* const box = adapter.open("0x7F000001", "dtc_io");
     ASSERT_NE(box, nullptr) << adapter.get_error();
-    for (unsigned int i = 0; i < messages; ++i) {
-        auto const size = static_cast<unsigned int>(std::exp2(exponent(random)));
-        unsigned int const length = i % 200 == seed ? largestBytes : size;
-        auto const tag = static_cast<unsigned int>(random());
-        std::string const payload = pattern.substr(random() % largestBytes, length);
-        ASSERT_EQ(sendTo(*box, 0, tag, payload), DTC_IO_SUCCESS) << box->get_error();
+    for (unsigned int i = 0; i < 5'000 / effort; ++i) {
+        double const bits = i % 200 == seed ? 20 : exponent(random);
+        auto const length = static_cast<unsigned int>(std::exp2(bits));
+        std::string const payload = pattern.substr(random() % (1 << 20), length);
+        ASSERT_EQ(sendTo(*box, 0, i, payload), DTC_IO_SUCCESS) << box->get_error();
         Incoming const reply = receiveFrom(*box, 60'000, length);
         ASSERT_EQ(reply.status, DTC_IO_SUCCESS) << box->get_error();
-        ASSERT_TRUE(reply.clientId == 55755 && reply.tag == tag && reply.payload == payload);
+        ASSERT_TRUE(reply.clientId == 55755 && reply.tag == i && reply.payload == payload);
+        connected += i == 0 ? 1 : 0;
     }
-    awaitAtLeast(stage, 2);
+    awaitAtLeast(connected, 9);
 }
 
 TEST(ExchangeTest, EightProcessesExchangeThousandsOfMessagesWhileTheNinthIsTurnedAway)
 {
-    unsigned int const messages = 5'000 / effort;
-    std::atomic<int>& stage = newSharedNumber();
+    std::signal(SIGPIPE, SIG_IGN);
+    std::atomic<int>& connected = newSharedNumber();
+    std::atomic<int>& left = newSharedNumber();
+    TestServer server(55755);
     std::list<Fork> clients;
-    for (unsigned int seed = 1; seed <= 8; ++seed)
-        clients.emplace_back([&, seed] { exchange(seed, messages, stage); });
-    Echo echo;
-    stage = 1;
-    awaitAtLeast(echo.server.asked, 8);
-    EXPECT_TRUE(RawPeer(55755).seesEnd());
-    stage = 2;
+    for (unsigned int seed = 1; seed <= 9; ++seed) {
+        clients.emplace_back([&, seed] {
+            if (seed <= 8) {
+                runClient(seed, connected);
+            } else {
+                awaitAtLeast(connected, 8);
+                EXPECT_TRUE(RawPeer(55755).seesEnd());
+                ++connected;
+            }
+            ++left;
+        });
+    }
+    while (left < 9)
+        echo(server);
     for (Fork& client : clients)
         EXPECT_EQ(client.wait(), 0);
-    EXPECT_EQ(echo.messages, 8UL * messages);
-}
-
-std::size_t residentKiB()
-{
-    std::ifstream statm("/proc/self/statm");
-    std::size_t total = 0;
-    std::size_t resident = 0;
-    statm >> total >> resident;
-    return resident * 4;
-}
-
-// Clients come, exchange a message and go. The other service port is held meanwhile, so that no
-// client is given it as its own port, where it would linger and keep a later server from listening.
-/// A peer that has had its message echoed. Those who have left keep their places until the server's
-/// turn comes to them, so that one is turned away now and then.
-std::unique_ptr<RawPeer> servedPeer(std::string const& bytes, std::string& reply)
-{
-    std::unique_ptr<RawPeer> peer;
-    for (int attempt = 0; attempt < 100 && reply.empty(); ++attempt) {
-        try {
-            peer = std::make_unique<RawPeer>(55755);
-            peer->send(bytes);
-            reply = peer->receive(bytes.size());
-        } catch (std::runtime_error const&) { // while sending: turned away already
-        }
-    }
-    return peer;
 }
 
 TEST(ExchangeTest, ServesTenThousandClientsInTurnWithoutGrowing)
 {
-    unsigned int const clients = 10'000 / effort;
-    std::unique_ptr<uSocket> const heldPort(listenOn(55756));
-    Echo echo;
-    std::size_t descriptors = 0;
-    std::size_t memory = 0;
-    for (unsigned int i = 0; i < clients; ++i) {
-        std::string reply;
-        std::unique_ptr<RawPeer> const peer = servedPeer(message("hello", i), reply);
-        ASSERT_EQ(reply, message("hello", i));
-        if (i == clients / 10) {
-            descriptors = openDescriptors();
-            memory = residentKiB();
+    std::signal(SIGPIPE, SIG_IGN);
+    std::unique_ptr<KORVA::uSocket> const heldPort(
+        listenOn(55756)); // so that no client is given it
+    std::atomic<int>& done = newSharedNumber();
+    TestServer server(55755);
+    server.notes = false;
+    std::size_t const descriptors = openDescriptors();
+    Fork clients([&] {
+        for (unsigned int i = 0; i < 10'000 / effort; ++i) {
+            std::string const bytes = message("hello", i);
+            std::string reply;
+            while (reply.empty()) { // turned away while those who have left hold their places
+                RawPeer peer(55755);
+                ::send(peer.descriptor(), bytes.data(), bytes.size(), MSG_NOSIGNAL);
+                reply = peer.receive(bytes.size());
+                if (i % 2 == 0)
+                    peer.reset();
+            }
+            EXPECT_EQ(reply, bytes);
         }
-        if (i % 2 == 0)
-            peer->reset();
+        done = 1;
+    });
+    std::size_t memory = 0;
+    while (done == 0) {
+        echo(server);
+        if (server.asked < static_cast<int>(1'000 / effort))
+            memory = mallinfo2().uordblks;
     }
-    EXPECT_LE(openDescriptors(), descriptors + 2) << "one or two may not be cleared away yet";
-    EXPECT_LE(residentKiB(), memory + (memoryStaysFlat ? 512 : 1U << 20));
+    EXPECT_EQ(clients.wait(), 0);
+    while (receiveFrom(server, 0).status != DTC_IO_DISCONNECTED) {
+    }
+    EXPECT_EQ(openDescriptors(), descriptors);
+    EXPECT_LT(mallinfo2().uordblks, memory + (64U << 10));
 }
 
 } // namespace

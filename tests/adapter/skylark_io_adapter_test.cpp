@@ -1,13 +1,13 @@
 #include "adapter/skylark_io_adapter.h"
 
+#include "adapter/dtc_io.h"
 #include "adapter/skylark_io_adapter_connection.h"
 #include "tests/support/descriptors.h"
-#include "tests/support/exchange.h"
-#include "util/usocket.h"
 
 #include <csignal>
 #include <gtest/gtest.h>
 #include <sys/select.h>
+#include <thread>
 #include <tuple>
 
 using namespace KORVA::DTC;
@@ -15,120 +15,120 @@ using namespace testing_support;
 
 namespace {
 
+static_assert(sizeof(DTC_IO_STATUS) == 4 && DTC_IO_STATUS(-1) < 0, "the C interface's width");
+
+void expectNone(DTC_IO_STATUS status, char const* reason)
+{
+    EXPECT_EQ(status, DTC_IO_NO_CONNECTION);
+    EXPECT_STREQ(DTC_Get_Error(), reason);
+}
+
 class AdapterTest : public testing::Test
 {
 protected:
-    unsigned int idOf(IOAdapter_Connection* connection)
-    {
-        unsigned int id = 0;
-        connection->get_local_id(&id);
-        return id;
-    }
-
     skylark_IOAdapter adapter;
+    std::string host;
+    unsigned int port = 1;
 };
 
-TEST_F(AdapterTest, LooksUpServicesAndNumberAddresses)
+TEST_F(AdapterTest, LooksUpServicesAndSplitsAddresses)
 {
-    std::tuple<char const*, char const*, bool, char const*, unsigned int> const cases[] = {
-        {"skylark0:3232235876", "dtc_io", true, "192.168.1.100", 55755},
-        {"0xC0A80164", "dtc_conf", true, "192.168.1.100", 55756},
-        {"a:b:0X7f000001junk", "dtc_io", true, "127.0.0.1", 55755},
-        {"0177.0.0.1", "dtc_io", true, "0.0.0.127", 55755},
-        {"10.0.0.2", "dtc_io", true, "0.0.0.10", 55755},
-        {"0", "dtc_io", true, "0.0.0.0", 55755},
-        {"0x", "dtc_io", true, "0.0.0.0", 55755},
-        {"4294967295", "dtc_io", true, "255.255.255.255", 55755},
-        {"4294967296", "dtc_io", true, "", 55755},
-        {"skylark0", "dtc_io", true, "", 55755},
-        {"-1", "dtc_io", true, "", 55755},
-        {"0xg", "dtc_io", true, "", 55755},
-        {"08", "dtc_io", true, "0.0.0.0", 55755},
-        {"x:", "dtc_io", true, "", 55755},
-        {"1", "DTC_IO", false, "", 0}};
-    for (auto const& [address, service, known, expectedHost, expectedPort] : cases) {
-        std::string host = "old";
-        unsigned int port = 1;
-        testing::internal::CaptureStdout();
-        EXPECT_EQ(adapter.lookup_service(address, service, host, port), known);
-        EXPECT_EQ(testing::internal::GetCapturedStdout(),
-                  known ? "" : "Unknown service requested: DTC_IO\n");
-        EXPECT_EQ(host, expectedHost) << address;
-        EXPECT_EQ(port, expectedPort) << address;
+    std::pair<char const*, char const*> const cases[] = {{"skylark0:3232235876", "192.168.1.100"},
+                                                         {"a:b:0X7f000001junk", "127.0.0.1"},
+                                                         {"0177.0.0.1", "0.0.0.127"},
+                                                         {"0x", "0.0.0.0"},
+                                                         {"4294967295", "255.255.255.255"},
+                                                         {"4294967296", ""},
+                                                         {"0xg", ""},
+                                                         {"08", "0.0.0.0"}};
+    for (auto const& [address, expected] : cases) {
+        EXPECT_TRUE(adapter.lookup_service(address, "dtc_io", host, port));
+        EXPECT_EQ(host, expected) << address;
+        EXPECT_EQ(port, 55755U);
     }
-}
+    EXPECT_TRUE(adapter.lookup_service("1", "dtc_conf", host, port));
+    EXPECT_EQ(port, 55756U);
+    testing::internal::CaptureStdout();
+    EXPECT_FALSE(adapter.lookup_service("1", "DTC_IO", host, port));
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "Unknown service requested: DTC_IO\n");
+    EXPECT_EQ(host + std::to_string(port), "0");
 
-TEST_F(AdapterTest, SplitsTcpAddresses)
-{
-    std::tuple<char const*, char const*, unsigned int> const cases[] = {
-        {"tcp://10.0.0.2:55755", "10.0.0.2", 55755},
+    std::tuple<char const*, char const*, unsigned int> const splits[] = {
         {"see tcp://10.0.0.2:55756,x:1", "10.0.0.2", 55756},
         {"55755", "", 55755},
         {"host:12,3:4", "host", 12},
-        {"host:", "host", 0},
         {nullptr, "", 0}};
-    for (auto const& [address, expectedHost, expectedPort] : cases) {
-        std::string host = "old";
-        unsigned int port = 1;
+    for (auto const& [address, expectedHost, expectedPort] : splits) {
         adapter.split_address(address, host, port);
         EXPECT_EQ(host, expectedHost);
         EXPECT_EQ(port, expectedPort);
     }
 }
 
-TEST_F(AdapterTest, SaysWhyItMadeNoConnection)
+TEST_F(AdapterTest, HandsOutConnectionsOrTheReasonForNone)
 {
-    EXPECT_STREQ(adapter.get_error(), "");
-    EXPECT_EQ(adapter.create("DTC_IO", 0), nullptr);
-    EXPECT_STREQ(adapter.get_error(), "Failed to look up DTC_IO");
-    for (char const* address : {"", "box", "box:"}) {
-        EXPECT_EQ(adapter.open(address, "dtc_io"), nullptr);
-        EXPECT_EQ(adapter.get_error(), "Failed to look up " + std::string(address) + "::dtc_io");
-    }
-    EXPECT_EQ(adapter.open("0x7F000001", "dtc_conf"), nullptr);
-    EXPECT_STREQ(adapter.get_error(), "Error on socket connect: Connection refused "
-                                      "(ECONNREFUSED): Check the IP address");
-    IOAdapter_Connection* const server = adapter.create("dtc_io", 0);
-    ASSERT_NE(server, nullptr) << adapter.get_error();
-    EXPECT_EQ(adapter.create("dtc_io", 0), nullptr);
-    EXPECT_STREQ(adapter.get_error(), "Error binding socket: Address already in use (EADDRINUSE)");
+    void* server = nullptr;
+    void* client = &client;
+    expectNone(DTC_IO_Create("DTC_IO", 0, &server), "Failed to look up DTC_IO");
+    expectNone(DTC_IO_Open("box:", "dtc_io", &client), "Failed to look up box:::dtc_io");
+    EXPECT_EQ(client, nullptr);
+    expectNone(DTC_IO_Open("0x7F000001", "dtc_conf", &client),
+               "Error on socket connect: Connection refused (ECONNREFUSED): Check the IP address");
+    ASSERT_EQ(DTC_IO_Create("dtc_io", 0, &server), DTC_IO_SUCCESS) << DTC_Get_Error();
+    expectNone(DTC_IO_Create("dtc_io", 0, &client),
+               "Error binding socket: Address already in use (EADDRINUSE)");
     {
         DescriptorsBelow const full(FD_SETSIZE);
-        EXPECT_EQ(adapter.create("dtc_conf", 0), nullptr);
-        EXPECT_STREQ(adapter.get_error(), "Failed to create socket");
-        EXPECT_EQ(adapter.open("x:2130706433", "dtc_io"), nullptr);
-        EXPECT_STREQ(adapter.get_error(), "Failed to create socket");
+        expectNone(DTC_IO_Create("dtc_conf", 0, &client), "Failed to create socket");
+        expectNone(DTC_IO_Open("x:2130706433", "dtc_io", &client), "Failed to create socket");
     }
-    EXPECT_EQ(server->receive_ready(0), DTC_IO_DISCONNECTED) << "nobody was let near the server";
+    EXPECT_EQ(DTC_IO_Receive_Ready(server, 0), DTC_IO_DISCONNECTED) << "nobody was let near it";
+    EXPECT_EQ(DTC_Get_Status(), 0);
+
+    ASSERT_EQ(DTC_IO_Open("x:2130706433", "dtc_io", &client), DTC_IO_SUCCESS);
+    EXPECT_EQ(DTC_IO_Receive_Ready(client, 0), DTC_IO_TIMEOUT);
+    EXPECT_STREQ(DTC_Get_Error(), "Select() timed out");
+    EXPECT_EQ(DTC_IO_Receive(client, nullptr, &port, &port, 4, &port, 0), DTC_IO_INVALID);
+    EXPECT_EQ(DTC_IO_Local_Id(client, nullptr), DTC_IO_INVALID);
+    auto* state = static_cast<DTC_IO_LOADERIF*>(client);
+    EXPECT_EQ(DTC_IO_Get_State(client, &state), DTC_IO_SUCCESS);
+    EXPECT_EQ(state, nullptr);
+    EXPECT_EQ(DTC_IO_Get_State(server, nullptr), DTC_IO_SUCCESS);
+    DTC_IO_Close(client);
+    DTC_IO_Close(client); // the adapter holds it no more
+    DTC_IO_Close(nullptr);
+    EXPECT_EQ(DTC_IO_Receive_Ready(server, 20'000), DTC_IO_SUCCESS) << "the farewell";
+    EXPECT_EQ(DTC_IO_Receive(server, &port, &port, &port, 4, &port, 20'000), DTC_IO_DISCONNECTED);
+    EXPECT_STREQ(DTC_Get_Error(), "Client has disconnected");
+
+    ASSERT_EQ(DTC_IO_Open("0x7F000001", "dtc_io", &client), DTC_IO_SUCCESS);
+    EXPECT_EQ(DTC_IO_Receive_Ready(server, 0), DTC_IO_TIMEOUT);
+    adapter.close(static_cast<IOAdapter_Connection*>(server)); // not its own: left alone
+    EXPECT_EQ(DTC_IO_Local_Id(server, &port), DTC_IO_SUCCESS);
+    EXPECT_EQ(port, 55755U);
+    DTC_IO_Close(server);
+    EXPECT_EQ(DTC_IO_Receive(client, &port, &port, &port, 4, &port, 20'000), DTC_IO_DISCONNECTED);
+    DTC_IO_Close(client);
+    EXPECT_NE(adapter.create("dtc_io", 0), nullptr) << "the port is free again";
+    EXPECT_EQ(std::signal(SIGPIPE, SIG_IGN), SIG_IGN);
 }
 
-TEST_F(AdapterTest, OwnsItsConnectionsUntilTheyAreClosed)
+// Two threads fail on one connection, and each hands the text on while the other one fails again.
+TEST(ErrorTextTest, CanBeCopiedWhileOtherThreadsFail)
 {
-    EXPECT_TRUE(adapter.initialize());
-    std::size_t const before = openDescriptors();
-    EXPECT_EQ(std::signal(SIGPIPE, SIG_DFL), SIG_IGN);
-    IOAdapter_Connection* const io = adapter.create("dtc_io", 0);
-    IOAdapter_Connection* const conf = adapter.create("dtc_conf", 10);
-    IOAdapter_Connection* const client = adapter.open("any:0x7F000001", "dtc_conf");
-    ASSERT_TRUE(io != nullptr && conf != nullptr && client != nullptr) << adapter.get_error();
-    EXPECT_EQ(idOf(io), 55755U);
-    EXPECT_EQ(idOf(conf), 55756U);
-    adapter.close(nullptr);
-    skylark_IOAdapter other;
-    other.close(io); // not its own: left alone
-    adapter.close(conf);
-    EXPECT_EQ(receiveFrom(*client, 20'000).status, DTC_IO_DISCONNECTED);
-    adapter.close(conf); // gone already
-    EXPECT_EQ(idOf(io), 55755U);
-    adapter.close(io);
-    EXPECT_NE(adapter.create("dtc_io", 0), nullptr) << "the port is free again";
-    adapter.close(client);
-    {
-        skylark_IOAdapter leaving;
-        EXPECT_NE(leaving.create("dtc_conf", 0), nullptr);
-        EXPECT_NE(leaving.open("0x7F000001", "dtc_conf"), nullptr);
-    }
-    EXPECT_EQ(openDescriptors(), before + 1) << "the adapter that went took its connections along";
+    ErrorText connection;
+    ErrorText last;
+    auto const fail = [&](char digit) {
+        for (int i = 0; i < 5000; ++i) {
+            connection.set(std::string(digit == '1' ? 40 : 600, digit));
+            last.set(connection);
+        }
+    };
+    std::thread other(fail, '2');
+    fail('1');
+    other.join();
+    std::string const text = last.c_str();
+    EXPECT_EQ(text, std::string(text[0] == '1' ? 40 : 600, text[0]));
 }
 
 } // namespace

@@ -1,15 +1,10 @@
 #pragma once
 
-#include <cstdlib>
-#include <fstream>
+#include "tests/support/box_state.h"
+
 #include <gtest/gtest.h>
-#include <iterator>
-#include <string>
 
 namespace testing_support {
-
-/// How many of its requests for memory the thread is still granted; -1: all.
-extern thread_local int memoryRequestsLeft;
 
 /// Reads what the recording adapters write down.
 class AdapterTest : public testing::Test
@@ -18,18 +13,15 @@ protected:
     AdapterTest() : m_log(std::getenv("DTC_BOX_ROOT") + std::string(".log"))
     {
         setenv("ADAPTER_LOG", m_log.c_str(), 1);
-        setReady("");
+        setenv("ADAPTER_READY", "", 1);
         takeLog();
     }
     ~AdapterTest() override { unsetenv("ADAPTER_SILENT"); }
 
-    static void setReady(char const* names) { setenv("ADAPTER_READY", names, 1); }
-
     /// The lines since the last call.
     std::string takeLog()
     {
-        std::ifstream file(m_log);
-        std::string const log{std::istreambuf_iterator<char>(file), {}};
+        std::string log = contentOf(m_log);
         std::ofstream{m_log};
         return log;
     }
@@ -37,9 +29,7 @@ protected:
     /// Whether a library from the adapters' directory, or skylark_io.so, is in the process.
     static bool isLoaded(std::string const& name)
     {
-        std::ifstream maps("/proc/self/maps");
-        std::string const all{std::istreambuf_iterator<char>(maps), {}};
-        return all.find("/" + name + "_io.so") != std::string::npos;
+        return contentOf("/proc/self/maps").find("/" + name + "_io.so") != std::string::npos;
     }
 
 private:

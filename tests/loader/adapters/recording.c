@@ -1,8 +1,10 @@
 /* An adapter library that carries nothing: it appends a line that begins with its name to the file
  * ADAPTER_LOG for each call that matters. The service "refused" fails, and so does a message to
- * client 99; a message is ready when ADAPTER_READY has the name in it. "nothing" lets nothing out,
- * "old" lacks DTC_IO_Send_V2, DTC_Get_Error and DTC_IO_Create among others. */
+ * client 99; a message is ready when ADAPTER_READY has the name in it. "old" lacks DTC_IO_Send_V2,
+ * DTC_Get_Error and DTC_IO_Create among others. */
 #define _POSIX_C_SOURCE 200809L
+#include "adapter/dtc_io.h"
+
 #include <stdint.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -20,9 +22,6 @@ __attribute__((destructor)) static void unload(void)
 {
     record("unloaded");
 }
-
-#ifndef ADAPTER_nothing
-#include "adapter/dtc_io.h"
 
 static uintptr_t handles = 0;
 
@@ -111,5 +110,4 @@ DTC_IO_STATUS DTC_IO_Get_State(void* connection, DTC_IO_LOADERIF** state)
     *state = connection;
     return 7;
 }
-#endif
 #endif
