@@ -32,27 +32,23 @@ void checkFilterChars(std::string const& text)
 }
 
 /// What a POSIX shell makes of the word; nothing unless it is just one word without anything that
-/// the shell would act on. Of the ways to quote it knows ' and \.
+/// the shell would act on. Of the ways to quote it knows ' and \'.
 std::optional<std::string> readShellWord(std::string const& word)
 {
     std::string text;
+    bool quoted = false;
     for (std::size_t i = 0; i < word.size(); ++i) {
-        if (word[i] == '\'') {
-            std::size_t const close = word.find('\'', i + 1);
-            if (close == std::string::npos)
-                return std::nullopt;
-            text.append(word, i + 1, close - i - 1);
-            i = close;
-        } else if (word[i] == '\\' && i + 1 < word.size() && word[i + 1] != '\n') {
+        if (word[i] == '\'')
+            quoted = !quoted;
+        else if (!quoted && word.compare(i, 2, "\\'") == 0)
             text += word[++i];
-        } else if (word[i] > ' ' && word[i] <= '~' &&
-                   std::strchr("|&;<>()$`\\\"*?[]#~=%{}!^", word[i]) == nullptr) {
+        else if (quoted || (word[i] > ' ' && word[i] <= '~' &&
+                            std::strchr("|&;<>()$`\\\"*?[]#~=%{}!^", word[i]) == nullptr))
             text += word[i];
-        } else {
+        else
             return std::nullopt;
-        }
     }
-    return word.empty() ? std::nullopt : std::optional(text);
+    return word.empty() || quoted ? std::nullopt : std::optional(text);
 }
 
 void checkSplit(std::string const& text, std::string const& delimiter)

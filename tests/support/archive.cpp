@@ -3,20 +3,11 @@
 #include "tests/support/box_state.h"
 
 #include <cstdio>
-#include <cstdlib>
-#include <numeric>
 
 namespace testing_support {
 namespace {
 
 constexpr std::size_t blockBytes = 512;
-
-std::string octal(std::size_t number, int digits)
-{
-    char text[16];
-    std::snprintf(text, sizeof text, "%0*zo", digits, number);
-    return text;
-}
 
 bool isLink(Member const& member)
 {
@@ -27,27 +18,16 @@ bool isLink(Member const& member)
 std::string headerOf(Member const& member)
 {
     std::string block(blockBytes, '\0');
-    auto const put = [&block](std::size_t at, std::string const& text) {
-        block.replace(at, text.size(), text);
-    };
-    put(0, member.name);
-    put(100, octal(member.mode, 7));
-    put(108, octal(0, 7));
-    put(116, octal(0, 7));
-    put(124, octal(isLink(member) ? 0 : member.content.size(), 11));
-    put(136, octal(0, 11));
-    put(148, "        ");
-    put(156, std::string(1, member.type) + (isLink(member) ? member.content : ""));
-    put(257, std::string("ustar\0"
-                         "00",
-                         8));
-    put(329, octal(1, 7));
-    put(337, octal(3, 7));
-    put(148, octal(std::accumulate(
-                       block.begin(), block.end(), std::size_t{0},
-                       [](std::size_t sum, char c) { return sum + static_cast<unsigned char>(c); }),
-                   6) +
-                 std::string(1, '\0'));
+    block.replace(0, member.name.size(), member.name);
+    std::snprintf(&block[100], 157, "%07o%c%07o%c%07o%c%011zo%c%011o%c%8s%c%s", member.mode, 0, 0,
+                  0, 0, 0, isLink(member) ? 0 : member.content.size(), 0, 0, 0, "", member.type,
+                  isLink(member) ? member.content.c_str() : "");
+    std::snprintf(&block[257], 9, "ustar%c00", 0);
+    std::snprintf(&block[329], 16, "%07o%c%07o", 1, 0, 3);
+    unsigned int sum = 0;
+    for (char const byte : block)
+        sum += static_cast<unsigned char>(byte);
+    std::snprintf(&block[148], 7, "%06o", sum);
     return block;
 }
 
@@ -64,6 +44,20 @@ std::string archiveOf(std::vector<Member> const& members)
     std::FILE* const gzip = popen("gzip > \"$DTC_BOX_ROOT/run/archive\"", "w");
     std::fwrite(bytes.data(), 1, bytes.size(), gzip);
     return pclose(gzip) == 0 ? boxFile("/run/archive") : "";
+}
+
+std::string firmwareArchive(std::string const& text)
+{
+    std::string const root = archiveOf({{"etc/", "", '5', 0555}, {"etc/greeting", text}});
+    return archiveOf({{"rootfs.tar.gz", root}, {"./uImage", text}});
+}
+
+std::string firmwareInFlash()
+{
+    std::string text;
+    for (char const* partition : {"5.d/etc/greeting", "4", "3.d/etc/greeting", "2"})
+        text += boxFile(std::string("/flash/mtd") + partition) + ".";
+    return text;
 }
 
 } // namespace testing_support

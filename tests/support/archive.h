@@ -18,4 +18,10 @@ struct Member
 /// The bytes of a compressed archive.
 std::string archiveOf(std::vector<Member> const& members);
 
+/// One with both images, each of which holds the text.
+std::string firmwareArchive(std::string const& text);
+
+/// The texts in the box's flash: root file system and kernel of safe mode, and the other ones.
+std::string firmwareInFlash();
+
 } // namespace testing_support

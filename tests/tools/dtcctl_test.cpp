@@ -1,120 +1,82 @@
-#include "tests/support/child.h"
-#include "tools/dtcctl.h"
-#include "tools/dtcctl_address.h"
+#include "tests/tools/dtcctl_child.h"
 
-#include <csignal>
-#include <fstream>
-#include <gmock/gmock.h>
-#include <memory>
-
-using testing::AllOf;
+using namespace testing_support;
 using testing::ContainsRegex;
-using testing::HasSubstr;
-using testing_support::Child;
-using testing_support::words;
 
 namespace {
 
-std::unique_ptr<Child> start(std::string const& program, std::vector<std::string> arguments)
-{
-    arguments.insert(arguments.begin(), PROGRAM_DIRECTORY + program);
-    return std::make_unique<Child>(arguments);
-}
-
-std::string run(std::string const& program, std::vector<std::string> const& arguments, int status)
-{
-    auto const child = start(program, arguments);
-    EXPECT_EQ(child->wait(), status) << child->output();
-    return child->output();
-}
-
-std::string dtcctl(std::vector<std::string> const& arguments, int status = 0)
-{
-    return run("dtcctl", arguments, status);
-}
-
 TEST(DtcctlTest, ServesSendsAndPings)
 {
-    auto const serving = start("dtcctl", {"serve"});
-    ASSERT_TRUE(serving->waitForOutput("serving dtc_io on port 55755\n"));
-    EXPECT_THAT(dtcctl({"send", "127.0.0.1", "hello", "--tag", "42"}),
+    Child serving(commandLine({"serve"}));
+    ASSERT_TRUE(serving.waitForOutput("serving dtc_io on port 55755\n"));
+    EXPECT_THAT(dtcctl("send 127.0.0.1 hello --tag 42"),
                 AllOf(HasSubstr("hello"), HasSubstr("reply: 5 bytes, tag 42")));
-    EXPECT_TRUE(serving->waitForOutput("message from "));
-    EXPECT_TRUE(serving->waitForOutput(": 5 bytes, tag 42\n"));
-    EXPECT_TRUE(serving->waitForOutput("the last client has gone\n"));
+    EXPECT_TRUE(serving.waitForOutput("message from "));
+    EXPECT_TRUE(serving.waitForOutput(": 5 bytes, tag 42\n"));
+    EXPECT_TRUE(serving.waitForOutput("the last client has gone\n"));
 
-    std::string const file = testing::TempDir() + "dtcctl_test_message";
-    std::ofstream(file) << std::string(300'000, 'x') << "end";
+    std::string const file = fileWith(std::string(300'000, 'x') + "end");
     std::string const reply = dtcctl({"send", "skylark0:0x7F000001", "--file", file});
     EXPECT_EQ(reply.substr(reply.find("end")), "endreply: 300003 bytes, tag 0\n");
-    EXPECT_THAT(dtcctl({"ping", "localhost", "-c", "3", "-i", "0", "-s", "1000"}),
+    EXPECT_THAT(dtcctl("ping localhost -c 3 -i 0 -s 1000"),
                 AllOf(HasSubstr("1000 bytes from localhost: seq=3 time="),
                       HasSubstr("3 packets transmitted, 3 received, 0% packet loss"),
                       ContainsRegex("rtt min/avg/max/mdev = [0-9.]+/[0-9.]+/[0-9.]+/[0-9.]+ ms")));
 
-    auto const pinging = start("dtcctl", {"ping", "127.0.0.1"});
-    EXPECT_TRUE(pinging->waitForOutput("seq=1 "));
-    pinging->signal(SIGINT);
-    EXPECT_EQ(pinging->wait(), 0);
-    EXPECT_THAT(pinging->output(), HasSubstr(" 0% packet loss"));
-    serving->signal(SIGINT);
-    EXPECT_EQ(serving->wait(), 0);
-    EXPECT_THAT(serving->output(), HasSubstr("served "));
+    Child pinging(commandLine({"ping", "127.0.0.1"}));
+    EXPECT_TRUE(pinging.waitForOutput("seq=1 "));
+    pinging.signal(SIGINT);
+    EXPECT_EQ(pinging.wait(), 0);
+    EXPECT_THAT(pinging.output(), HasSubstr(" 0% packet loss"));
+    serving.signal(SIGINT);
+    EXPECT_EQ(serving.wait(), 0);
+    EXPECT_THAT(serving.output(), HasSubstr("served "));
 }
 
 TEST(DtcctlTest, SaysWhatFailed)
 {
     char const* const refused = "cannot open dtc_io at 0x7F000001: Error on socket connect: "
                                 "Connection refused (ECONNREFUSED): Check the IP address";
-    EXPECT_THAT(dtcctl({"send", "127.0.0.1", "x"}, 1), HasSubstr(refused));
-    EXPECT_THAT(dtcctl({"send", "127.0.0.1", "--file", "/nonexistent"}, 1),
+    EXPECT_THAT(dtcctl("send 127.0.0.1 x", 1), HasSubstr(refused));
+    EXPECT_THAT(dtcctl("send 127.0.0.1 --file /nonexistent", 1),
                 HasSubstr("cannot open /nonexistent: No such file or directory"));
-    auto const silent =
-        start("dtcctl", {"serve", "--service", "dtc_conf", "--reply", "none", "--count", "2"});
-    ASSERT_TRUE(silent->waitForOutput("serving"));
-    EXPECT_THAT(dtcctl({"serve", "--service", "dtc_conf"}, 1),
+    Child silent(commandLine(words("serve --service dtc_conf --reply none --count 2")));
+    ASSERT_TRUE(silent.waitForOutput("serving"));
+    EXPECT_THAT(dtcctl("serve --service dtc_conf", 1),
                 HasSubstr("cannot serve dtc_conf: Error binding socket: Address already in use"));
-    EXPECT_THAT(dtcctl({"send", "127.0.0.1", "--service", "dtc_conf", "--timeout", "10", "x"}, 1),
+    EXPECT_THAT(dtcctl("send 127.0.0.1 --service dtc_conf --timeout 10 x", 1),
                 HasSubstr("no reply: Select() timed out"));
-    EXPECT_THAT(dtcctl({"ping", "127.0.0.1", "--service", "dtc_conf", "-W", "10", "-c", "1"}, 1),
+    EXPECT_THAT(dtcctl("ping 127.0.0.1 --service dtc_conf -W 10 -c 1", 1),
                 HasSubstr("1 packets transmitted, 0 received, 100% packet loss"));
-    EXPECT_EQ(silent->wait(), 0) << "it has served its two messages";
+    EXPECT_EQ(silent.wait(), 0) << "it has served its two messages";
 }
 
 TEST(DtcctlTest, RefusesWrongUse)
 {
-    for (char const* wrong :
-         {"", "juggle", "send", "send 127.0.0.1", "send 127.0.0.1 x --tag -1",
-          "send 127.0.0.1:55755 x", "send 10.0.0 x", "send 127.0.0.1 x --file y",
-          "serve --service dtc", "ping 127.0.0.1 -s 0"})
-        EXPECT_NE(dtcctl(words(wrong), 2), "") << wrong << ": it must say why";
+    for (char const* wrong : {"", "juggle", "send", "send 127.0.0.1", "send 127.0.0.1 x --tag -1",
+                              "send 127.0.0.1:55755 x", "send 10.0.0 x", "send a: x",
+                              "send box:b x", "send 1.2.3.4.5 x", "send 127.0.0.1 x --file y",
+                              "serve --service dtc", "ping 127.0.0.1 -s 0"})
+        EXPECT_NE(dtcctl(wrong, 2), "") << wrong << ": it must say why";
     EXPECT_NE(dtcctl({"send", "127.0.0.1", ""}, 2), "");
-    EXPECT_THAT(dtcctl({"--help"}), HasSubstr("ping"));
-    EXPECT_THAT(dtcctl({"--version"}), ContainsRegex("dtcctl [0-9]+\\."));
-}
-
-TEST(DtcctlTest, TurnsAddressesIntoTheLibrarysForm)
-{
-    EXPECT_EQ(dtcctl::libraryAddress("192.168.1.100"), "0xC0A80164");
-    EXPECT_EQ(dtcctl::libraryAddress("localhost"), "0x7F000001");
-    EXPECT_EQ(dtcctl::libraryAddress("skylark0:3232235876"), "skylark0:3232235876");
-    for (char const* wrong : {"", "a:", "box:b", "1.2.3.4.5", "1.2.3.4:5"})
-        EXPECT_THROW(dtcctl::libraryAddress(wrong), dtcctl::UsageError) << wrong;
-    EXPECT_THROW(dtcctl::libraryAddress("no such host"), dtcctl::Failure);
+    EXPECT_THAT(dtcctl("--help"), HasSubstr("ping"));
+    EXPECT_THAT(dtcctl("--version"), ContainsRegex("dtcctl [0-9]+\\."));
 }
 
 TEST(ExamplesTest, TalkToEachOther)
 {
-    auto const serving = start("example_serve", {});
+    Child serving(commandLine({}, "example_serve"));
     std::string output;
     for (int attempt = 0; attempt < 50 && output.find("tag 7: hi\n") == std::string::npos;
          ++attempt) {
-        auto const client = start("example_client", {"0x7F000001", "hi"});
-        client->wait(); // fails until the server listens
-        output = client->output();
+        Child client(commandLine({"0x7F000001", "hi"}, "example_client"));
+        client.wait(); // fails until the server listens
+        output = client.output();
     }
     EXPECT_THAT(output, HasSubstr("tag 7: hi\n"));
-    EXPECT_THAT(run("example_client", {}, 2), HasSubstr("usage"));
+    Child wrong(commandLine({}, "example_client"));
+    EXPECT_EQ(wrong.wait(), 2);
+    EXPECT_THAT(wrong.output(), HasSubstr("usage"));
 }
 
 } // namespace

@@ -1,0 +1,135 @@
+// The part that knows of no box: status, schema, variable set, image and checksum.
+#include "conf/dtc_conf_image.h"
+#include "conf/dtc_conf_schema.h"
+#include "tests/conf/box_vars.h"
+#include "util/build_info.h"
+
+#include <ostream>
+
+using namespace KORVA::DTC::CONF;
+using namespace testing_support;
+using testing::Pair;
+
+namespace {
+
+TEST(ConfExceptionTest, ComposesItsMessage)
+{
+    std::tuple<int, char const*, char const*> const cases[] = {
+        {17, "x", "configuration data corrupted : x"},
+        {11, nullptr, "unable to load configuration adapter"},
+        {1, "", "operation failed : "},
+        {0, nullptr, "operation failed"},
+        {18, nullptr, "operation failed"},
+        {-1, nullptr, "operation failed"}};
+    for (auto const& [status, detail, message] : cases) {
+        Exception const copy = Exception("file", 1, static_cast<Status>(status), detail);
+        EXPECT_STREQ(copy.what(), message);
+        EXPECT_EQ(copy.status(), status);
+    }
+}
+
+TEST(ConfStatusTest, KeepsAnErrorTextAndALogSwitch)
+{
+    setError(nullptr);
+    EXPECT_EQ(errorText(), "none");
+    setError("");
+    EXPECT_EQ(errorText(), "");
+    for (char const* off : {"TRUE", "1", ""}) {
+        setenv("DTC_CONF_LOGGING", off, 1);
+        EXPECT_FALSE(isLogEnabled()) << off;
+    }
+    testing::internal::CaptureStdout();
+    diagnostics() << "discarded" << std::endl;
+    logEnable();
+    diagnostics() << "seen" << std::endl;
+    logDisable();
+    diagnostics() << "discarded" << std::endl;
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "seen\n");
+    setenv("DTC_CONF_LOGGING", "true", 1);
+    logDisable();
+    EXPECT_TRUE(isLogEnabled()) << "the environment wins";
+    unsetenv("DTC_CONF_LOGGING");
+}
+
+VariableList const madeByAStaticConstructor = [] {
+    VariableList vars{{"addrConf", "kept"}};
+    getDefaultVars(vars);
+    return vars;
+}();
+
+TEST(SchemaTest, KnowsThirtyFourVariables)
+{
+    VariableList const& vars = madeByAStaticConstructor;
+    ASSERT_EQ(vars.size(), 35U);
+    EXPECT_EQ(vars[0].second, "kept");
+    EXPECT_THAT(vars[5], Pair("epkRev", KORVA::buildVersion));
+    EXPECT_THAT(vars[23], Pair("swBuildTime", KORVA::buildTime));
+    std::string writable;
+    SchemaEntry* row = nullptr;
+    for (getSchema(row); row->name != nullptr; ++row) {
+        EXPECT_TRUE(row->readable && row->writable >= row->stored) << row->name;
+        writable += row->writable && !row->stored ? std::string(row->name) + " " : "";
+    }
+    EXPECT_EQ(row->defaultValue, nullptr);
+    EXPECT_EQ(writable, "safeMode time _control ") << "but not stored";
+}
+
+TEST(VarsTest, FindsSetsAndMerges)
+{
+    Vars vars("");
+    EXPECT_THROW(vars.getVar("a"), Exception) << "empty until it is filled";
+    vars.assign({{"a", "1"}, {"b", "2"}, {"b", "3"}});
+    updateVars(vars, {{"b", "9"}, {"c", "3"}, {"c", ""}});
+    vars.getVar("c") += "5";
+    EXPECT_EQ(failureOf([&] { vars.getVar("A"); }), "invalid variable name : A");
+    EXPECT_EQ(failureOf([&] { vars.getVar(nullptr); }), "null parameter");
+    EXPECT_EQ(failureOf([&] { setValue("a", nullptr, vars); }), "null parameter");
+    EXPECT_EQ(failureOf([&] { setValue(nullptr, "x", vars); }), "null parameter");
+    EXPECT_EQ(vars, (VariableList{{"a", "1"}, {"b", "9"}, {"b", "3"}, {"c", "5"}}));
+}
+
+TEST(VarsTest, CleansTextInPlace)
+{
+    std::tuple<std::string, unsigned int, std::string> const cases[] = {
+        {std::string("a\tb\r\nc\0d", 8), 8, std::string("a b\nc\0\0d", 8)},
+        {"a\1b", 3, "abb"},
+        {"ab\1cd", 0, "ab\1cd"},
+        {"\x7F\x80\xFF~ \x1F", 6, "~ \xFF~ \x1F"}};
+    for (auto [text, size, cleaned] : cases) {
+        filterChars(text.data(), size);
+        EXPECT_EQ(text, cleaned);
+    }
+}
+
+TEST(ImageTest, RendersWhatFits)
+{
+    char buf[10];
+    unsigned int index = 0;
+    VariableList vars{{"a", "1"}, {"", "x"}, {"b", ""}, {"c", "23"}, {"d", "\t\r\x80z"}};
+    varsToBuf(vars, buf, sizeof buf, index);
+    EXPECT_EQ(index, 4U) << "a=1, c=23 and their line feeds leave no room for more";
+    EXPECT_STREQ(buf, "a=1\nc=23\n");
+    varsToBuf(vars, buf, sizeof buf, index);
+    EXPECT_EQ(index, 0U);
+    EXPECT_STREQ(buf, "d= z\n");
+    auto const tooLong = [&] { varsToBuf({{"long", "12345"}}, buf, sizeof buf, index); };
+    EXPECT_EQ(failureOf(tooLong), "operation failed");
+    EXPECT_EQ(failureOf([&] { varsToBuf(vars, nullptr, 0, index); }), "null parameter");
+    EXPECT_EQ(failureOf([&] { bufToVars(vars, nullptr, 0); }), "null parameter");
+}
+
+TEST(ChecksumTest, IsTheComplementOfTheCommonCrc)
+{
+    std::pair<std::string, unsigned int> const cases[] = {
+        {"", 0xFFFFFFFFU},
+        {"123456789", 0x340BC6D9U},
+        {std::string(4096, 'a') + "123456789", 0xFFFFFFFFU ^ 0x439C40B2U}}; // more than one block
+    for (auto const& [content, expected] : cases) {
+        setBoxFile("/tmp/file", content);
+        EXPECT_EQ(checksum((KORVA::DTC::PLATFORM::boxRoot() + "/tmp/file").c_str()), expected);
+    }
+    EXPECT_EQ(failureOf([] { checksum("/nonexistent"); }),
+              "invalid file : failed to open /nonexistent for computing checksum");
+}
+
+} // namespace
