@@ -13,8 +13,7 @@
 using namespace KORVA::DTC;
 using namespace KORVA::DTC::PERIPH;
 using namespace std::chrono_literals;
-using testing::EndsWith;
-using testing::ThrowsMessage;
+using namespace testing;
 using testing_support::openDescriptors;
 
 namespace {

@@ -30,9 +30,9 @@ std::string const file = PLATFORM::path("/var/lock/i2c");
 
 void expectTimeout(unsigned int timeout, unsigned int interval)
 {
-    EXPECT_THAT([=] { I2C_LOCK().acquire(timeout, interval); },
-                testing::ThrowsMessage<Exception>(testing::MatchesRegex(
-                    "dtc_periph_lock\\([0-9]+\\) : timeout : /var/lock/i2c")));
+    EXPECT_THAT(
+        [=] { I2C_LOCK().acquire(timeout, interval); },
+        testing::ThrowsMessage<Exception>(testing::EndsWith(") : timeout : /var/lock/i2c")));
 }
 
 TEST(LockTest, IsAFileAndAMutex)
@@ -81,26 +81,25 @@ TEST(LockTest, WaitsWithoutWorkingForAHolderThatWasKilled)
 TEST(LockTest, LetsInOneOfTwoProcessesWithFourThreadsEach)
 {
     std::atomic<int>& holders = newSharedNumber();
-    std::atomic<int>& turns = newSharedNumber();
     auto const takeTurns = [&] {
         for (int i = 0; i < 250; ++i) {
             I2C_LOCK lock;
             LockHold const hold(lock, 60'000, 1);
             EXPECT_EQ(++holders, 1);
             --holders;
-            ++turns;
         }
     };
     auto const fourThreads = [&] {
         std::future<void> threads[4];
         for (std::future<void>& thread : threads)
             thread = std::async(std::launch::async, takeTurns);
+        for (std::future<void>& thread : threads)
+            thread.get(); // throws what the thread threw
     };
     Fork first(fourThreads);
     Fork second(fourThreads);
     EXPECT_EQ(first.wait(), 0);
     EXPECT_EQ(second.wait(), 0);
-    EXPECT_EQ(turns, 2 * 4 * 250);
     EXPECT_NE(access(file.c_str(), F_OK), 0);
 }
 

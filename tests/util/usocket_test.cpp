@@ -1,5 +1,4 @@
 #include "tests/support/descriptors.h"
-#include "tests/support/raw_peer.h"
 #include "util/usocket.h"
 
 #include <gtest/gtest.h>
@@ -48,17 +47,10 @@ TEST_F(SocketTest, ReadsWhatIsThereAndReportsTheEnd)
     EXPECT_EQ(count, 0U);
     EXPECT_EQ(client.ReadData(bytes, 16, 0, &count), 4U) << "closed: not a lost connection";
     EXPECT_EQ(count, 0xFFFFFFFFU) << "what the system call returned";
-}
-
-TEST_F(SocketTest, ResetsTheClientsOfAServerThatCloses)
-{
-    RawPeer peer(port);
-    std::unique_ptr<uSocket>(listening.AcceptClient())->Abort();
+    ASSERT_EQ(client.ClientCreate("127.0.0.1", port), 0U);
     accepted->Close();
     listening.Close();
-    EXPECT_TRUE(peer.seesEnd());
-    EXPECT_EQ(client.ReadData(bytes, 1, 0, &count), 5U);
-    EXPECT_EQ(count, 0U);
+    EXPECT_EQ(client.ReadData(bytes, 1, 0, &count), 5U) << "reset, though never accepted";
     EXPECT_EQ(listening.ServerCreate(port), 0U) << listening.GetLastErrorText();
 }
 
@@ -67,11 +59,8 @@ TEST_F(SocketTest, SaysWhyItFailed)
     EXPECT_EQ(client.AcceptClient(), nullptr);
     EXPECT_STREQ(client.GetLastErrorText(), "AcceptClient() is only valid on server socket");
     EXPECT_EQ(uSocket().ClientCreate("localhost", port), 4U) << "no name is looked up";
-    std::pair<int, char const*> const texts[] = {
-        {EAGAIN, "p: Operation would have blocked (EWOULDBLOCK/EGAIN)"},
-        {EINVAL, "p: Invalid parameter (EIVAL)"},
-        {EDESTADDRREQ, "p: Socket already connected (EDESTADDRREQ)"},
-        {EACCES, "p: Unknown Socket Error (0xd)"}};
+    std::pair<int, char const*> const texts[] = {{EINVAL, "p: Invalid parameter (EIVAL)"},
+                                                 {EACCES, "p: Unknown Socket Error (0xd)"}};
     for (auto const& [error, text] : texts) {
         errno = error;
         EXPECT_EQ(client.getLastSockErr("p"), static_cast<unsigned int>(error));
