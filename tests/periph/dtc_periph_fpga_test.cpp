@@ -5,6 +5,7 @@
 #include "platform/simulated/faults.h"
 #include "tests/support/descriptors.h"
 
+#include <atomic>
 #include <csignal>
 #include <future>
 #include <gmock/gmock.h>
@@ -74,7 +75,7 @@ TEST(MmdTest, MapsOnceAndGivesEverythingBack)
 }
 
 auto* const registers = static_cast<unsigned int*>(getPMX().get_base_address());
-long volatile firstWritten = -1;
+std::atomic<long> firstWritten{-1};
 
 void allowWriting(int /*signal*/, siginfo_t* fault, void* /*context*/)
 {

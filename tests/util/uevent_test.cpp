@@ -73,7 +73,7 @@ TEST(EventListenerTest, ReportsTheFirstSetEventAndClearsAllThatAreSet)
 // first place, one that wakes it at its last.
 TEST(EventListenerTest, LosesNoWakeUp)
 {
-    constexpr int rounds = 3000;
+    constexpr int rounds = 20000;
     uEvent request[2] = {uEvent(false), uEvent(false)};
     uEvent done(false);
     uEvent* events[] = {&request[0], &request[1], &request[0], &request[1]};
@@ -88,7 +88,7 @@ TEST(EventListenerTest, LosesNoWakeUp)
         }
     });
     for (int i = 0; i < rounds; ++i) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(i % 100 == 0 ? 2 : 0));
+        std::this_thread::sleep_for(std::chrono::milliseconds(i % 1000 == 0 ? 2 : 0));
         request[i % 2].Set();
         ASSERT_TRUE(done.Wait(30'000)) << "signal " << i << " was lost";
     }
