@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <csignal>
@@ -50,10 +51,10 @@ public:
     }
     ~Fork()
     {
-        if (m_pid <= 0)
-            return;
-        signal(SIGKILL);
-        wait();
+        if (m_pid > 0) {
+            signal(SIGKILL);
+            wait();
+        }
     }
     Fork(Fork const&) = delete;
     Fork& operator=(Fork const&) = delete;
@@ -86,33 +87,27 @@ class Child
 public:
     explicit Child(std::vector<std::string> command)
     {
-        int ends[2] = {-1, -1};
-        EXPECT_EQ(pipe2(ends, O_CLOEXEC), 0);
+        EXPECT_EQ(pipe2(m_pipe, O_CLOEXEC), 0);
         std::vector<char*> arguments;
         for (std::string& word : command)
             arguments.push_back(word.data());
         arguments.push_back(nullptr);
         m_process.emplace([&] {
-            dup2(ends[1], STDOUT_FILENO);
-            dup2(ends[1], STDERR_FILENO);
+            dup2(m_pipe[1], STDOUT_FILENO);
+            dup2(m_pipe[1], STDERR_FILENO);
             execv(arguments[0], arguments.data());
             _exit(127);
         });
-        close(ends[1]);
-        m_pipe = ends[0];
+        close(m_pipe[1]);
     }
-    ~Child() { close(m_pipe); }
-    Child(Child const&) = delete;
-    Child& operator=(Child const&) = delete;
+    ~Child() { close(m_pipe[0]); }
 
     /// Reads output until it contains text; false when the output ends before.
     bool waitForOutput(std::string const& text)
     {
-        while (m_output.find(text) == std::string::npos) {
-            if (!readSome())
-                return false;
+        while (m_output.find(text) == std::string::npos && readSome()) {
         }
-        return true;
+        return m_output.find(text) != std::string::npos;
     }
 
     void signal(int number) { m_process->signal(number); }
@@ -131,14 +126,13 @@ private:
     bool readSome()
     {
         char bytes[4096];
-        ssize_t const count = read(m_pipe, bytes, sizeof bytes);
-        if (count > 0)
-            m_output.append(bytes, static_cast<std::size_t>(count));
+        ssize_t const count = read(m_pipe[0], bytes, sizeof bytes);
+        m_output.append(bytes, static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
         return count > 0;
     }
 
     std::optional<Fork> m_process;
-    int m_pipe = -1;
+    int m_pipe[2] = {-1, -1};
     std::string m_output;
 };
 

@@ -56,8 +56,6 @@ public:
         for (int const descriptor : m_taken)
             close(descriptor);
     }
-    DescriptorsBelow(DescriptorsBelow const&) = delete;
-    DescriptorsBelow& operator=(DescriptorsBelow const&) = delete;
 
 private:
     NoMoreDescriptors m_limit;

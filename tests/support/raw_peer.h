@@ -12,21 +12,19 @@
 
 namespace testing_support {
 
-/// A TCP socket that knows nothing of the library, bound to a local address.
-class RawSocket
+/// A TCP socket that knows nothing of the library: what a foreign, broken or hostile peer would
+/// use.
+class RawPeer
 {
 public:
-    explicit RawSocket(char const* from)
-        : m_descriptor(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
+    /// Connects to 127.0.0.1:port, from the local address given.
+    explicit RawPeer(unsigned int port, char const* from = "127.0.0.1")
+        : RawPeer(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0), from)
     {
-        call(::bind, from, 0, "bind");
+        call(::connect, "127.0.0.1", port);
     }
-    ~RawSocket() { close(); }
-    RawSocket(RawSocket&& other) noexcept : m_descriptor(std::exchange(other.m_descriptor, -1)) {}
-    RawSocket(RawSocket const&) = delete;
-    RawSocket& operator=(RawSocket const&) = delete;
-
-    int descriptor() const { return m_descriptor; }
+    RawPeer(RawPeer&& other) noexcept : m_descriptor(std::exchange(other.m_descriptor, -1)) {}
+    ~RawPeer() { close(); }
 
     unsigned int localPort() const
     {
@@ -49,48 +47,11 @@ public:
         close();
     }
 
-protected:
-    RawSocket() = default;
-
-    static void require(bool success, char const* what)
-    {
-        if (!success)
-            throw std::runtime_error(what);
-    }
-
-    /// bind(2) or connect(2). A server that turns its clients away may be faster than connect
-    /// returns.
-    void call(int (*function)(int, sockaddr const*, socklen_t), char const* host, unsigned int port,
-              char const* name)
-    {
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_port = htons(static_cast<std::uint16_t>(port));
-        inet_pton(AF_INET, host, &address.sin_addr);
-        auto* const generic = reinterpret_cast<sockaddr*>(&address);
-        require(function(m_descriptor, generic, sizeof address) == 0 || errno == ECONNRESET, name);
-    }
-
-    int m_descriptor = -1;
-};
-
-/// What a foreign, broken or hostile peer would use.
-class RawPeer : public RawSocket
-{
-public:
-    /// Connects to 127.0.0.1:port, from the local address given.
-    explicit RawPeer(unsigned int port, char const* from = "127.0.0.1") : RawSocket(from)
-    {
-        call(::connect, "127.0.0.1", port, "connect");
-    }
-
     void send(std::string const& bytes)
     {
         for (std::size_t done = 0; done < bytes.size();) {
-            ssize_t const count =
-                ::send(m_descriptor, &bytes[done], bytes.size() - done, MSG_NOSIGNAL);
-            require(count > 0, "send");
-            done += static_cast<std::size_t>(count);
+            auto const left = bytes.size() - done;
+            done += require(::send(m_descriptor, &bytes[done], left, MSG_NOSIGNAL), "send");
         }
     }
 
@@ -113,24 +74,50 @@ public:
 
 private:
     friend class RawListener;
-    RawPeer() = default;
+
+    RawPeer(int descriptor, char const* from) : m_descriptor(descriptor)
+    {
+        require(m_descriptor, "socket");
+        if (from != nullptr)
+            call(::bind, from, 0);
+    }
+
+    static std::size_t require(ssize_t result, char const* what)
+    {
+        return result != -1 ? static_cast<std::size_t>(result) : throw std::runtime_error(what);
+    }
+
+    /// bind(2) or connect(2). A server that turns its clients away may be faster than connect
+    /// returns.
+    void call(int (*function)(int, sockaddr const*, socklen_t), char const* host, unsigned int port)
+    {
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_port = htons(static_cast<std::uint16_t>(port));
+        inet_pton(AF_INET, host, &address.sin_addr);
+        auto* const generic = reinterpret_cast<sockaddr*>(&address);
+        bool const done = function(m_descriptor, generic, sizeof address) == 0;
+        require(done || errno == ECONNRESET ? 0 : -1, "bind or connect");
+    }
+
+    int m_descriptor = -1;
 };
 
 /// Listens on a port of 127.0.0.1 that the system picks.
-class RawListener : public RawSocket
+class RawListener
 {
 public:
-    RawListener() : RawSocket("127.0.0.1") { require(listen(m_descriptor, 8) == 0, "listen"); }
+    RawListener() { RawPeer::require(listen(m_socket.m_descriptor, 8), "listen"); }
 
-    unsigned int port() const { return localPort(); }
+    unsigned int port() const { return m_socket.localPort(); }
 
     RawPeer accept()
     {
-        RawPeer accepted;
-        accepted.m_descriptor = accept4(m_descriptor, nullptr, nullptr, SOCK_CLOEXEC);
-        require(accepted.m_descriptor != -1, "accept");
-        return accepted;
+        return {accept4(m_socket.m_descriptor, nullptr, nullptr, SOCK_CLOEXEC), nullptr};
     }
+
+private:
+    RawPeer m_socket{socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0), "127.0.0.1"};
 };
 
 /// A message header as it stands on the wire.

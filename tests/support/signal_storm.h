@@ -18,15 +18,12 @@ public:
         m_stop = true;
         m_sender.join();
     }
-    SignalStorm(SignalStorm const&) = delete;
-    SignalStorm& operator=(SignalStorm const&) = delete;
 
     /// How many signals have been handled so far.
     static unsigned int handled() { return handledSignals; }
 
 private:
     static inline std::atomic<unsigned int> handledSignals{0};
-
     std::atomic<bool> m_stop{false};
     std::thread m_sender{[this, target = pthread_self()] {
         struct sigaction action = {};

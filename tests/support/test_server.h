@@ -33,8 +33,12 @@ public:
         return admits;
     }
     bool is_multiclient_allowed() override { return true; }
-    void on_first_client_added(char const* address) noexcept override { note(address); }
-    void on_last_client_removed() noexcept override { note("none"); }
+    void on_first_client_added(char const* address) noexcept override
+    {
+        if (notes)
+            events.emplace_back(address);
+    }
+    void on_last_client_removed() noexcept override { on_first_client_added("none"); }
 
     unsigned int port()
     {
@@ -57,21 +61,14 @@ public:
 
     int optionOf(unsigned int client, int level, int name)
     {
-        return testing_support::optionOf(lookup_client(client)->socket->GetDescriptor(), level,
-                                         name);
+        int const descriptor = lookup_client(client)->socket->GetDescriptor();
+        return testing_support::optionOf(descriptor, level, name);
     }
 
     bool admits = true;
     bool notes = true;
     std::atomic<int> asked{0};
     std::vector<std::string> events;
-
-private:
-    void note(char const* event)
-    {
-        if (notes)
-            events.emplace_back(event);
-    }
 };
 
 } // namespace testing_support

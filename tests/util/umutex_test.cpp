@@ -10,21 +10,13 @@ namespace {
 TEST(MutexTest, IsReentrantForItsOwnerAndClosedToOthers)
 {
     uMutex mutex;
-    EXPECT_FALSE(mutex.IsLocked());
     EXPECT_FALSE(mutex.Unlock()) << "free, so this thread does not own it";
     EXPECT_TRUE(mutex.Lock() && mutex.Lock());
-    EXPECT_TRUE(pthread_equal(mutex.GetOwnerThreadHandle(), pthread_self()));
     std::thread([&] { EXPECT_FALSE(mutex.Unlock()); }).join();
     EXPECT_TRUE(mutex.Unlock());
     EXPECT_TRUE(mutex.IsLocked()) << "one level is left";
     EXPECT_TRUE(mutex.Unlock());
-    EXPECT_FALSE(mutex.IsLocked());
-    EXPECT_EQ(mutex.GetOwnerThreadHandle(), 0U);
-}
-
-TEST(MutexTest, LetsOneThreadInAtATimeWhateverTheDepth)
-{
-    uMutex mutex;
+    EXPECT_FALSE(mutex.IsLocked() || mutex.Unlock());
     int inside = 0;
     int entries = 0;
     auto const work = [&] {
@@ -40,7 +32,6 @@ TEST(MutexTest, LetsOneThreadInAtATimeWhateverTheDepth)
     for (std::thread& thread : threads)
         thread.join();
     EXPECT_EQ(entries, 60'000);
-    EXPECT_FALSE(mutex.IsLocked());
 }
 
 } // namespace
