@@ -59,7 +59,7 @@ protected:
         std::string const failure = failureOf<std::exception>(work);
         Commands const run = newCommands();
         EXPECT_EQ(run.size(), commands + 1) << failure;
-        EXPECT_EQ(run.back(), readOnly) << failure;
+        EXPECT_EQ(run.empty() ? "" : run.back(), readOnly) << failure;
         EXPECT_EQ(boxFile("/run/rootfs"), "ro\n") << failure;
         return failure;
     }
