@@ -1,4 +1,4 @@
-# The product: skylark_io.so, and the same objects as static libraries that only the tests link, because tests
+# The product: skylark_io.so, and the same objects as a static library that only the tests link, because tests
 # reach what the shared library does not let out.
 
 # Compiles a target's sources as parts of the library.
@@ -41,5 +41,3 @@ target_link_options(skylark_io PRIVATE
 
 add_library(skylark_io_static STATIC)
 target_link_libraries(skylark_io_static PUBLIC skylark_io_objects skylark_platform_simulated)
-add_library(skylark_io_static_linux STATIC EXCLUDE_FROM_ALL)
-target_link_libraries(skylark_io_static_linux PUBLIC skylark_io_objects skylark_platform_linux)

@@ -26,6 +26,8 @@ public:
     RawPeer(RawPeer&& other) noexcept : m_descriptor(std::exchange(other.m_descriptor, -1)) {}
     ~RawPeer() { close(); }
 
+    int descriptor() const { return m_descriptor; }
+
     unsigned int localPort() const
     {
         sockaddr_in address{};
