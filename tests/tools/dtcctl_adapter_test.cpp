@@ -24,7 +24,7 @@ Child startCheck(std::vector<std::string> const& arguments, char const* faults =
     return Child(command);
 }
 
-std::string report(Child&& check, int status)
+std::string report(Child& check, int status)
 {
     EXPECT_EQ(check.wait(), status) << check.output();
     return check.output();
@@ -32,7 +32,8 @@ std::string report(Child&& check, int status)
 
 std::string check(std::vector<std::string> const& arguments, int status, char const* faults = "")
 {
-    return report(startCheck(arguments, faults), status);
+    Child child = startCheck(arguments, faults);
+    return report(child, status);
 }
 
 TEST(DtcctlAdapterTest, PassesWholeLibraries)
@@ -42,18 +43,19 @@ TEST(DtcctlAdapterTest, PassesWholeLibraries)
     std::string const copy = testing::TempDir() + "copy_io.so";
     std::filesystem::copy_file(LIBRARY_DIRECTORY "skylark_io.so", copy,
                                std::filesystem::copy_options::overwrite_existing);
-    for (std::string const& library : {copy, std::string(LIBRARY_DIRECTORY "example_io.so")})
-        EXPECT_THAT(check({library, "--service", "dtc_conf"}, 0),
+    Child copied = startCheck({copy, "--service", "dtc_conf"});
+    Child example = startCheck({LIBRARY_DIRECTORY "example_io.so"});
+    for (Child* const child : {&copied, &example})
+        EXPECT_THAT(report(*child, 0),
                     AllOf(HasSubstr("without  DTC_IO_Send\n"),
                           HasSubstr("29 ok, 0 failed, 1 skipped, 0 warnings\n")));
     EXPECT_THAT(check({copy, "--json", "--service", "none"}, 0),
                 AllOf(HasSubstr("\"DTC_IO_Send\":false,"), HasSubstr("\"ok\":9,\"failed\":0,"),
                       HasSubstr("it cannot serve none here, DTC_IO_Create gave -1, "
                                 "\\\"Failed to look up none\\\"")));
-    EXPECT_THAT(report(std::move(own), 0),
-                AllOf(HasSubstr("version  Korvane Skylark Ethernet\n"),
-                      HasSubstr(" process: dtcctl itself uses this file\n"),
-                      HasSubstr("28 ok, 0 failed, 2 skipped, 0 warnings\n")));
+    EXPECT_THAT(report(own, 0), AllOf(HasSubstr("version  Korvane Skylark Ethernet\n"),
+                                      HasSubstr(" process: dtcctl itself uses this file\n"),
+                                      HasSubstr("28 ok, 0 failed, 2 skipped, 0 warnings\n")));
 }
 
 TEST(DtcctlAdapterTest, NamesEachFault)
