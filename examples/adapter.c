@@ -13,11 +13,13 @@
 
 enum { CLIENTS = 4 };
 
-/* What a handle points to. Place 0 is the listening socket, and -1 on a client; the rest are peers,
- * and their places are their numbers. */
+/* What a handle points to. Place 0 is the listening socket, and -1 on a client; the rest are peers.
+ * The numbers of those that follow each other in a place are CLIENTS apart: who has gone is not
+ * taken for who came next. */
 typedef struct
 {
     struct pollfd place[1 + CLIENTS];
+    unsigned int number[1 + CLIENTS];
 } Connection;
 
 /* Goes in front of each message. */
@@ -37,11 +39,35 @@ static DTC_IO_STATUS fail(DTC_IO_STATUS status, const char* what, const char* wh
     return status;
 }
 
-static DTC_IO_STATUS gone(struct pollfd* peer)
+static int has_peer(const Connection* connection)
+{
+    for (int i = 1; i <= CLIENTS; ++i) {
+        if (connection->place[i].fd >= 0)
+            return 1;
+    }
+    return 0;
+}
+
+static void drop(struct pollfd* peer)
 {
     close(peer->fd);
     peer->fd = -1;
-    return fail(DTC_IO_DISCONNECTED, "the peer", "has gone");
+}
+
+/* In the middle of a message. */
+static DTC_IO_STATUS broken(Connection* connection, int place)
+{
+    drop(&connection->place[place]);
+    return has_peer(connection) ? fail(DTC_IO_FAILED, "receive", "a client left half a message")
+                                : fail(DTC_IO_DISCONNECTED, "receive", "the peer has gone");
+}
+
+/* All that a peer sent before it left comes first. */
+static int has_left(const struct pollfd* peer)
+{
+    char byte = 0;
+    ssize_t const count = recv(peer->fd, &byte, 1, MSG_PEEK | MSG_DONTWAIT);
+    return count == 0 || (count < 0 && errno != EAGAIN && errno != EINTR);
 }
 
 /* All of the bytes or none: a short transfer goes on. */
@@ -78,34 +104,48 @@ static DTC_IO_STATUS connection_for(const char* service, int is_server, void** h
     }
     for (int i = 0; i <= CLIENTS; ++i)
         made->place[i] = (struct pollfd){.fd = -1, .events = POLLIN};
+    for (int i = 0; i <= CLIENTS; ++i)
+        made->number[i] = (unsigned int)i;
     made->place[is_server ? 0 : 1].fd = fd;
     *handle = made;
     return DTC_IO_SUCCESS;
 }
 
-static void admit(Connection* server)
+static DTC_IO_STATUS admit(Connection* server)
 {
     int const fd = accept(server->place[0].fd, NULL, NULL);
+    if (fd < 0)
+        return fail(DTC_IO_FAILED, "accept", strerror(errno));
     for (int i = 1; i <= CLIENTS; ++i) {
         if (server->place[i].fd < 0) {
             server->place[i].fd = fd;
-            return;
+            server->number[i] += CLIENTS;
+            return DTC_IO_SUCCESS;
         }
     }
     close(fd);
+    return DTC_IO_SUCCESS;
 }
 
-static int has_peer(const Connection* connection)
+/* The place of a peer with something to receive, 0 when there is none, or -9 when the last one has
+ * just left. */
+static int ready_peer(Connection* connection)
 {
     for (int i = 1; i <= CLIENTS; ++i) {
-        if (connection->place[i].fd >= 0)
-            return 1;
+        struct pollfd* const peer = &connection->place[i];
+        if (peer->fd < 0 || peer->revents == 0)
+            continue;
+        if (!has_left(peer))
+            return i;
+        drop(peer);
+        if (!has_peer(connection))
+            return fail(DTC_IO_DISCONNECTED, "receive", "the peer has gone");
     }
     return 0;
 }
 
-/* The number of a peer with something to receive, or a status. poll(2) has the same milliseconds,
- * and takes 0xFFFFFFFF, as -1, for no limit. A new client begins the wait anew. */
+/* The place of a peer with something to receive, or a status. poll(2) has the same milliseconds,
+ * and takes 0xFFFFFFFF, as -1, for no limit. A client that comes or goes begins the wait anew. */
 static int wait_for_peer(Connection* connection, unsigned int timeout)
 {
     for (;;) {
@@ -116,11 +156,11 @@ static int wait_for_peer(Connection* connection, unsigned int timeout)
             return fail(DTC_IO_TIMEOUT, "receive", "nothing came");
         if (count < 0)
             return fail(DTC_IO_FAILED, "poll", strerror(errno));
-        for (int i = 1; i <= CLIENTS; ++i) {
-            if (connection->place[i].fd >= 0 && connection->place[i].revents != 0)
-                return i;
-        }
-        admit(connection);
+        int const found = ready_peer(connection);
+        if (found != 0)
+            return found;
+        if (connection->place[0].revents != 0 && admit(connection) != DTC_IO_SUCCESS)
+            return DTC_IO_FAILED;
     }
 }
 
@@ -166,16 +206,18 @@ DTC_IO_STATUS DTC_IO_Send_V2(void* connection, unsigned int clientId, unsigned i
 {
     Connection* const sender = connection;
     Header header = {length, tag};
-    if (sender->place[0].fd < 0)
-        clientId = 1; /* a client has one peer */
+    int const is_client = sender->place[0].fd < 0;
+    unsigned int const place = is_client ? 1 : 1 + (clientId - 1) % CLIENTS;
+    struct pollfd* const peer = &sender->place[place];
     if (buffer == NULL || length == 0)
         return fail(DTC_IO_INVALID, "send", "no message");
-    if (clientId < 1 || clientId > CLIENTS || sender->place[clientId].fd < 0)
-        return fail(DTC_IO_DISCONNECTED, "send", "no such client");
-    struct pollfd* const peer = &sender->place[clientId];
+    if (peer->fd < 0 || (!is_client && sender->number[place] != clientId))
+        return fail(DTC_IO_DISCONNECTED, "send", "no such peer");
     if (transfer(peer->fd, &header, sizeof header, 1) != 0 ||
-        transfer(peer->fd, buffer, length, 1) != 0)
-        return gone(peer);
+        transfer(peer->fd, buffer, length, 1) != 0) {
+        drop(peer);
+        return fail(DTC_IO_DISCONNECTED, "send", "the peer has gone");
+    }
     if (sent != NULL)
         *sent = length;
     return DTC_IO_SUCCESS;
@@ -198,16 +240,17 @@ DTC_IO_STATUS DTC_IO_Receive(void* connection, unsigned int* clientId, unsigned 
     int const found = wait_for_peer(connection, timeout);
     if (found < 0)
         return found;
-    struct pollfd* const peer = &((Connection*)connection)->place[found];
-    if (transfer(peer->fd, &header, sizeof header, 0) != 0)
-        return gone(peer);
-    *clientId = (unsigned int)found;
+    Connection* const receiver = connection;
+    int const fd = receiver->place[found].fd;
+    if (transfer(fd, &header, sizeof header, 0) != 0)
+        return broken(receiver, found);
+    *clientId = receiver->number[found];
     *tag = header.tag;
     *received = header.length;
     for (uint32_t rest = header.length; rest > 0;) {
         uint32_t const part = rest < size ? rest : size;
-        if (transfer(peer->fd, buffer, part, 0) != 0)
-            return gone(peer);
+        if (transfer(fd, buffer, part, 0) != 0)
+            return broken(receiver, found);
         rest -= part;
     }
     return header.length <= size

@@ -26,7 +26,9 @@ struct Survey
 {
     bool isLoaded;
     bool has[entryNames.size()];
+    bool hasStatus; ///< It has answered.
     int status;
+    bool hasVersion;
     char version[200];
     char path[PATH_MAX];
     char error[1000];
@@ -37,9 +39,8 @@ void store(char* target, std::size_t size, char const* text)
     std::snprintf(target, size, "%s", text == nullptr ? "" : text);
 }
 
-void survey(Survey& result, std::string const& file, RunningCall& running)
+void survey(Survey& result, std::string const& file, AdapterLibrary& library)
 {
-    AdapterLibrary library(running);
     result.isLoaded = library.load(file);
     store(result.error, sizeof result.error, library.error().c_str());
     if (!result.isLoaded)
@@ -47,10 +48,15 @@ void survey(Survey& result, std::string const& file, RunningCall& running)
     store(result.path, sizeof result.path, library.path().c_str());
     for (std::size_t i = 0; i < entryNames.size(); ++i)
         result.has[i] = library.has(static_cast<Entry>(i));
-    if (library.has(Entry::GetVersion))
-        store(result.version, sizeof result.version, library.getVersion());
-    if (library.has(Entry::GetStatus))
+    if (library.has(Entry::GetVersion)) {
+        char const* const version = library.getVersion();
+        store(result.version, sizeof result.version, version);
+        result.hasVersion = version != nullptr;
+    }
+    if (library.has(Entry::GetStatus)) {
         result.status = library.getStatus();
+        result.hasStatus = true;
+    }
 }
 
 /// A check's outcome, as it is reported.
@@ -81,16 +87,18 @@ public:
                                         std::chrono::seconds(options.deadlineS)}
     {
         bool const isName = m_subject.file.find('/') == std::string::npos;
-        if (isName && std::filesystem::exists(m_subject.file))
+        std::error_code error;
+        if (isName && std::filesystem::exists(m_subject.file, error))
             m_subject.file.insert(0, "./");
     }
 
     int run()
     {
-        surveyLibrary();
+        Finding const surveyed = surveyLibrary();
         if (!m_options.json)
             printSurvey();
         add({"every entry point is there; one of the two that send is enough", missingEntries()});
+        add({"it tells its version and its status", surveyed});
         for (Check const& check : adapterChecks())
             add({check.rule, runCheck(check)});
         if (m_options.json)
@@ -102,10 +110,11 @@ public:
     }
 
 private:
-    void surveyLibrary()
+    /// Whether the library has answered all that it was asked.
+    Finding surveyLibrary()
     {
-        Finding const finding = runIsolated(
-            [this](RunningCall& running, Peer&) { survey(*m_survey, m_subject.file, running); },
+        Finding finding = runIsolated(
+            [this](AdapterLibrary& library, Peer&) { survey(*m_survey, m_subject.file, library); },
             nullptr, m_subject.limit);
         std::string const what = m_subject.file + ": ";
         bool const isRefused = !m_survey->isLoaded && m_survey->error[0] != '\0';
@@ -114,6 +123,7 @@ private:
         if (!m_survey->isLoaded)
             throw Failure("cannot load " + what + finding.text);
         m_subject.isOwnLibrary = isMapped(m_survey->path);
+        return finding;
     }
 
     bool has(Entry entry) const { return m_survey->has[static_cast<std::size_t>(entry)]; }
@@ -153,9 +163,9 @@ private:
     {
         if (body == nullptr)
             return nullptr;
-        return [this, body](RunningCall& running, Peer& peer) {
-            AdapterLibrary library(running);
-            expect(library.load(m_subject.file), library.error());
+        return [this, body](AdapterLibrary& library, Peer& peer) {
+            if (!library.load(m_subject.file))
+                fail(library.error());
             CheckSide side{library, peer, m_subject};
             body(side);
         };
@@ -181,10 +191,10 @@ private:
 
     void printSurvey() const
     {
-        std::printf("library  %s\n", m_survey->path);
-        if (has(Entry::GetVersion))
+        std::printf("library  %s\n", printable(m_survey->path).c_str());
+        if (m_survey->hasVersion)
             std::printf("version  %s\n", printable(m_survey->version).c_str());
-        if (has(Entry::GetStatus))
+        if (m_survey->hasStatus)
             std::printf("status   %d\n", m_survey->status);
         printEntries("entries ", true);
         printEntries("without ", false);
@@ -215,9 +225,8 @@ private:
                 .append("{\"rule\":" + jsonString(line.rule) +
                         ",\"result\":" + jsonString(nameOf(line.finding.result)) +
                         ",\"text\":" + jsonString(line.finding.text) + "}");
-        std::string const version = has(Entry::GetVersion) ? jsonString(m_survey->version) : "null";
-        std::string const status =
-            has(Entry::GetStatus) ? std::to_string(m_survey->status) : "null";
+        std::string const version = m_survey->hasVersion ? jsonString(m_survey->version) : "null";
+        std::string const status = m_survey->hasStatus ? std::to_string(m_survey->status) : "null";
         std::printf("{\"file\":%s,\"version\":%s,\"status\":%s,\"entries\":{%s},\"checks\":[%s],"
                     "\"ok\":%u,\"failed\":%u,\"skipped\":%u,\"warnings\":%u}\n",
                     jsonString(m_survey->path).c_str(), version.c_str(), status.c_str(),
@@ -241,7 +250,9 @@ void addAdapter(CLI::App& app, int& status)
     adapter->require_subcommand(1);
     CLI::App* const check = adapter->add_subcommand(
         "check", "Check that an adapter library keeps to the common rules, a line each");
-    check->add_option("FILE", options->file, "The library")->required();
+    check->add_option("FILE", options->file, "The library")
+        ->required()
+        ->check([](std::string const& file) { return file.empty() ? "a name is missing" : ""; });
     check->add_option("--address", options->address, "Where this machine is, as the library has it")
         ->capture_default_str();
     check->add_option("--service", options->service, "The service to create and open")

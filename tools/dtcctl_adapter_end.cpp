@@ -14,7 +14,8 @@ constexpr unsigned int largestMessage = 1U << 20;
 void* handleOf(AdapterLibrary& library, Entry entry, DTC_IO_STATUS status, void* handle,
                void const* before)
 {
-    expect(status == DTC_IO_SUCCESS, gave(entry, status) + ", " + quotedError(library));
+    if (status != DTC_IO_SUCCESS)
+        failWithError(library, gave(entry, status));
     expect(handle != nullptr && handle != before,
            gave(entry, status) + (handle == nullptr ? " and a null handle" : " and no handle"));
     return handle;
@@ -53,9 +54,12 @@ std::string quotedError(AdapterLibrary& library)
     if (!library.has(Entry::GetError))
         return "no text";
     char const* const text = library.getError();
-    if (text == nullptr)
-        fail("DTC_Get_Error gave null");
-    return "\"" + printable(text) + "\"";
+    return text == nullptr ? "null" : "\"" + printable(text) + "\"";
+}
+
+void failWithError(AdapterLibrary& library, std::string const& seen)
+{
+    fail(seen + ", " + quotedError(library));
 }
 
 End End::serve(CheckSide& side)
@@ -92,9 +96,9 @@ DTC_IO_STATUS End::trySend(unsigned int clientId, unsigned int tag, Buffer& buff
 void End::send(unsigned int clientId, unsigned int tag, Buffer& buffer, unsigned int length)
 {
     DTC_IO_STATUS const status = trySend(clientId, tag, buffer, length);
-    expect(status == DTC_IO_SUCCESS, "sending " + std::to_string(length) + " bytes gave " +
-                                         std::to_string(status) + ", " +
-                                         quotedError(m_side.library));
+    if (status != DTC_IO_SUCCESS)
+        failWithError(m_side.library, "sending " + std::to_string(length) + " bytes gave " +
+                                          std::to_string(status));
 }
 
 Received End::receive(Buffer& buffer, unsigned int size, unsigned int timeoutMs)
@@ -114,14 +118,20 @@ bool End::isWaiting(DTC_IO_STATUS status) const
     return status == DTC_IO_TIMEOUT || (m_isServer && status == DTC_IO_DISCONNECTED);
 }
 
-Received End::await(Buffer& buffer, unsigned int size)
+Received End::tryAwait(Buffer& buffer, unsigned int size)
 {
-    auto const patience = m_side.subject.limit / 2;
-    auto const end = Clock::now() + patience;
+    auto const end = Clock::now() + m_side.subject.limit / 2;
     Received result = receive(buffer, size, 50);
     while (isWaiting(result.status) && Clock::now() < end)
         result = receive(buffer, size, 50);
-    expect(!isWaiting(result.status), "nothing came within " + std::to_string(patience.count()) +
+    return result;
+}
+
+Received End::await(Buffer& buffer, unsigned int size)
+{
+    Received const result = tryAwait(buffer, size);
+    expect(!isWaiting(result.status), "nothing came within " +
+                                          std::to_string((m_side.subject.limit / 2).count()) +
                                           " ms, " + gave(Entry::Receive, result.status));
     return result;
 }
@@ -129,8 +139,8 @@ Received End::await(Buffer& buffer, unsigned int size)
 Received End::awaitMessage(unsigned int tag, Buffer& buffer, unsigned int size)
 {
     Received const message = await(buffer, size);
-    expect(message.status == DTC_IO_SUCCESS,
-           gave(Entry::Receive, message.status) + ", " + quotedError(m_side.library));
+    if (message.status != DTC_IO_SUCCESS)
+        failWithError(m_side.library, gave(Entry::Receive, message.status));
     expect(message.tag == tag,
            "sent tag " + std::to_string(tag) + ", received tag " + std::to_string(message.tag));
     expect(message.length <= size, "DTC_IO_Receive counted " + std::to_string(message.length) +
@@ -160,9 +170,8 @@ void End::echo()
         if (message.status == DTC_IO_SUCCESS) {
             expect(message.length <= buffer.size(), "DTC_IO_Receive counted too much");
             send(message.clientId, message.tag, buffer, message.length);
-        } else {
-            expect(isWaiting(message.status),
-                   gave(Entry::Receive, message.status) + ", " + quotedError(m_side.library));
+        } else if (!isWaiting(message.status)) {
+            failWithError(m_side.library, gave(Entry::Receive, message.status));
         }
     } while (!m_side.peer.mayProceed());
     m_side.peer.await();

@@ -36,8 +36,11 @@ void expect(bool holds, std::string const& seen);
 /// "DTC_IO_Open gave -1".
 std::string gave(Entry entry, DTC_IO_STATUS status);
 
-/// The library's error text in double quotes; fails the check when it is null.
+/// The library's error text in double quotes, or that there is none.
 std::string quotedError(AdapterLibrary& library);
+
+/// Fails with what was seen and the library's error text.
+[[noreturn]] void failWithError(AdapterLibrary& library, std::string const& seen);
 
 /// One end of a connection of the library under test. Whatever fails ends the check. A handle that
 /// is not given back goes with the process.
@@ -58,7 +61,11 @@ public:
     /// Receives into the first size bytes; fails when the library writes beyond them.
     Received receive(Buffer& buffer, unsigned int size, unsigned int timeoutMs);
 
-    /// Receives anew as long as there is a time-out and, on a server, no client.
+    /// Receives anew as long as there is a time-out and, on a server, no client, up to half of the
+    /// check's time.
+    Received tryAwait(Buffer& buffer, unsigned int size);
+
+    /// The same; fails when nothing came.
     Received await(Buffer& buffer, unsigned int size);
 
     /// Awaits a message with this tag.

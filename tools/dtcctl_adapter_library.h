@@ -67,7 +67,8 @@ public:
 
     DTC_IO_STATUS create(char const* service, void** connection)
     {
-        return call<decltype(&DTC_IO_Create)>(Entry::Create, service, 0U, connection);
+        constexpr unsigned int param = 10; // the listener's
+        return call<decltype(&DTC_IO_Create)>(Entry::Create, service, param, connection);
     }
     DTC_IO_STATUS open(char const* address, char const* service, void** connection)
     {

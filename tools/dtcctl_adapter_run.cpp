@@ -1,7 +1,7 @@
 #include "tools/dtcctl_adapter_run.h"
 
 #include "tools/dtcctl.h"
-#include "tools/dtcctl_adapter_shared_memory.h"
+#include "tools/dtcctl_adapter_process.h"
 
 #include <array>
 #include <cerrno>
@@ -9,9 +9,7 @@
 #include <cstdio>
 #include <cstring>
 #include <poll.h>
-#include <sys/prctl.h>
 #include <sys/socket.h>
-#include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 
@@ -19,132 +17,6 @@ namespace dtcctl {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-
-/// What a side leaves behind; its process may have ended in the middle of anything.
-struct Record
-{
-    RunningCall running;
-    std::atomic<bool> hasFinding;
-    Result result;
-    char text[1000];
-};
-static_assert(RunningCall::is_always_lock_free, "processes share it");
-
-/// Thrown when the other side has ended; what that side says counts.
-class PeerHasEnded
-{};
-
-std::string inCall(Record const& record)
-{
-    char const* const call = record.running;
-    return call == nullptr ? "" : std::string(" in ") + call;
-}
-
-void leave(Record& record, Finding const& finding)
-{
-    record.result = finding.result;
-    std::snprintf(record.text, sizeof record.text, "%s", finding.text.c_str());
-    record.hasFinding = true;
-}
-
-/// With _exit: what the library left behind for the end of a process is no part of a check.
-[[noreturn]] void runSide(Side const& side, Record& record, int peerDescriptor)
-{
-    prctl(PR_SET_PDEATHSIG, SIGKILL);
-    setpgid(0, 0);
-    dup2(STDERR_FILENO, STDOUT_FILENO);
-    try {
-        Peer peer(peerDescriptor);
-        side(record.running, peer);
-        leave(record, {});
-    } catch (Finding const& finding) {
-        leave(record, finding);
-    } catch (PeerHasEnded const&) { // NOLINT(bugprone-empty-catch)
-    } catch (std::exception const& error) {
-        leave(record,
-              {Result::Failed, "an exception came out" + inCall(record) + ": " + error.what()});
-    } catch (...) {
-        leave(record, {Result::Failed, "an exception came out" + inCall(record)});
-    }
-    std::fflush(stdout);
-    _exit(0);
-}
-
-/// One side's process.
-class Process
-{
-public:
-    Process() = default;
-    ~Process() { end(); }
-    Process(Process const&) = delete;
-    Process& operator=(Process const&) = delete;
-
-    void start(Side const& side, int ownEnd, int otherEnd)
-    {
-        m_pid = fork();
-        if (m_pid < 0)
-            throw Failure(std::string("cannot start a process: ") + std::strerror(errno));
-        if (m_pid == 0) {
-            close(otherEnd);
-            runSide(side, *m_record, ownEnd);
-        }
-        setpgid(m_pid, m_pid); // whichever comes first
-    }
-
-    bool isRunning()
-    {
-        if (m_pid > 0 && waitpid(m_pid, &m_status, WNOHANG) == m_pid) {
-            ::kill(-m_pid, SIGKILL); // what it has started itself
-            m_pid = -1;
-        }
-        return m_pid > 0;
-    }
-
-    /// What it says from now on does not count.
-    void kill()
-    {
-        if (!isRunning())
-            return;
-        m_wasEnded = true;
-        ::kill(-m_pid, SIGKILL);
-    }
-
-    void end()
-    {
-        kill();
-        if (m_pid > 0)
-            waitpid(m_pid, &m_status, 0);
-        m_pid = -1;
-    }
-
-    bool wasEnded() const { return m_wasEnded; }
-    Record const& record() const { return *m_record; }
-
-    /// Why it ended without a word; "" when it did not, or was ended.
-    std::string crash() const
-    {
-        if (m_wasEnded || m_record->hasFinding)
-            return "";
-        if (WIFSIGNALED(m_status))
-            return "killed by signal " + std::to_string(WTERMSIG(m_status)) + " (" +
-                   strsignal(WTERMSIG(m_status)) + ")" + inCall(*m_record);
-        bool const sawPeerEnd = WEXITSTATUS(m_status) == 0 && m_record->running == nullptr;
-        return sawPeerEnd ? ""
-                          : "ended the process with status " +
-                                std::to_string(WEXITSTATUS(m_status)) + inCall(*m_record);
-    }
-
-    bool hasFailed() const
-    {
-        return !m_wasEnded && m_record->hasFinding && m_record->result != Result::Ok;
-    }
-
-private:
-    SharedMemory<Record> m_record;
-    pid_t m_pid = -1;
-    int m_status = 0;
-    bool m_wasEnded = false;
-};
 
 /// The one or two processes of a check.
 class Isolation
@@ -221,8 +93,10 @@ private:
                 return {process.record().result,
                         nameOf(process) + process.record().text + stuck(process)};
         }
-        if (!m_processes[0].wasEnded() && !m_processes[1].wasEnded())
-            return {};
+        if (!m_processes[0].wasEnded() && !m_processes[1].wasEnded()) {
+            bool const hasWord = m_processes[0].hasFinding() || m_processes[1].hasFinding();
+            return hasWord ? Finding{} : Finding{Result::Failed, "the sides were cut off"};
+        }
         std::string calls;
         for (Process const& process : m_processes) {
             if (process.wasEnded())
@@ -273,6 +147,7 @@ bool Peer::mayProceed()
 
 Finding runIsolated(Side const& server, Side const& client, std::chrono::milliseconds limit)
 {
+    std::signal(SIGCHLD, SIG_DFL); // ignored, it would take the statuses away
     return Isolation(server, client).wait(limit);
 }
 

@@ -35,8 +35,8 @@ private:
     int m_descriptor;
 };
 
-/// One side of a check.
-using Side = std::function<void(RunningCall&, Peer&)>;
+/// One side of a check, with a library that it has to load.
+using Side = std::function<void(AdapterLibrary&, Peer&)>;
 
 /// Runs each side in a new process until all have ended or the time is over, and ends what is left
 /// of them. client may be empty. Standard output of the sides goes to standard error.

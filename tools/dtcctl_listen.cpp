@@ -4,6 +4,7 @@
 #include "tools/dtcctl_connection.h"
 #include "tools/dtcctl_interrupt.h"
 
+#include <chrono>
 #include <cstdarg>
 #include <cstdio>
 #include <memory>
@@ -60,30 +61,45 @@ public:
     void run()
     {
         catchInterrupts();
-        while (!interrupted() && (m_options.count == 0 || m_messages < m_options.count)) {
-            IOAdapter_Connection* const ready = m_listener.listen(500);
-            if (ready != nullptr)
-                receiveFrom(*ready);
-        }
+        while (!interrupted() && (m_options.count == 0 || m_messages < m_options.count))
+            listenOnce(500);
         if (!interrupted())
             letClientsLeave();
         std::printf("served %lu message%s\n", m_messages, m_messages == 1 ? "" : "s");
     }
 
 private:
-    void receiveFrom(IOAdapter_Connection& connection)
+    /// With a pause where an adapter does not wait, as without clients, or fails.
+    void listenOnce(unsigned int timeoutMs)
+    {
+        using Clock = std::chrono::steady_clock;
+        constexpr unsigned int pauseMs = 50;
+        auto const begin = Clock::now();
+        IOAdapter_Connection* const ready = m_listener.listen(timeoutMs);
+        bool const isIdle = ready == nullptr
+                                ? Clock::now() - begin < std::chrono::milliseconds(pauseMs)
+                                : !receiveFrom(*ready);
+        if (isIdle)
+            sleepUnlessInterrupted(pauseMs);
+    }
+
+    /// False without a message.
+    bool receiveFrom(IOAdapter_Connection& connection)
     {
         Received message{};
         message.status = connection.receive(&message.clientId, &message.tag, m_buffer.words(),
                                             m_buffer.size(), &message.length, 0);
-        if (message.status == DTC_IO_SUCCESS)
-            return onMessage(connection, message);
+        if (message.status == DTC_IO_SUCCESS) {
+            onMessage(connection, message);
+            return true;
+        }
         if (message.status == DTC_IO_DISCONNECTED) {
             if (m_clients.erase(&connection) > 0)
                 std::printf("the last client of %u has gone\n", idOf(connection));
         } else if (message.status != DTC_IO_TIMEOUT) {
             std::fprintf(stderr, "dtcctl: receive: %s\n", connection.get_error());
         }
+        return false;
     }
 
     void onMessage(IOAdapter_Connection& connection, Received const& message)
@@ -104,11 +120,8 @@ private:
     /// Closing may cost the clients a reply still under way.
     void letClientsLeave()
     {
-        for (int i = 0; i < 10 && !m_clients.empty() && !interrupted(); ++i) {
-            IOAdapter_Connection* const ready = m_listener.listen(100);
-            if (ready != nullptr)
-                receiveFrom(*ready);
-        }
+        for (int i = 0; i < 10 && !m_clients.empty() && !interrupted(); ++i)
+            listenOnce(100);
     }
 
     /// What its adapter calls this end: for skylark_io.so the port it listens on.

@@ -2,6 +2,7 @@
 #define _GNU_SOURCE
 #include <adapter/dtc_io.h>
 
+#define DTC_Get_Status sound_status
 #define DTC_Get_Error sound_error
 #define DTC_IO_Create sound_create
 #define DTC_IO_Open sound_open
@@ -10,6 +11,7 @@
 #define DTC_IO_Receive sound_receive
 #define DTC_IO_Send_V2 sound_send
 #include "examples/adapter.c"
+#undef DTC_Get_Status
 #undef DTC_Get_Error
 #undef DTC_IO_Create
 #undef DTC_IO_Open
@@ -23,6 +25,19 @@
 static int faulty(const char* fault)
 {
     return strstr(getenv("ADAPTER_FAULT"), fault) != NULL;
+}
+
+__attribute__((destructor)) static void finish(void)
+{
+    if (faulty("final"))
+        abort();
+}
+
+int DTC_Get_Status(void)
+{
+    if (faulty("bad-state"))
+        abort();
+    return sound_status();
 }
 
 char const* DTC_Get_Error(void)
@@ -45,7 +60,7 @@ DTC_IO_STATUS DTC_IO_Open(const char* address, const char* service, void** conne
     DTC_IO_STATUS const status =
         sound_open(address, faulty("any-service") ? "dtc_conf" : service, connection);
     if (faulty("exit") && status == DTC_IO_SUCCESS)
-        exit(3);
+        exit(0);
     if (faulty("no-text"))
         last_error[0] = '\0';
     return status;
