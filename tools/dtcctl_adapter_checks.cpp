@@ -100,7 +100,7 @@ void checkIdAndState(CheckSide& side, End& end)
 {
     unsigned int ids[] = {0x5A5A5A5A, 0xA5A5A5A5};
     for (unsigned int& id : ids) {
-        DTC_IO_STATUS const status = side.library.localId(end.handle(), &id);
+        DTC_IO_STATUS const status = side.adapter.localId(end.handle(), &id);
         expect(status == DTC_IO_SUCCESS, gave(Entry::LocalId, status));
     }
     expect(ids[0] == ids[1], "DTC_IO_Local_Id gave 0 and stored nothing, or another id each time");
@@ -108,7 +108,7 @@ void checkIdAndState(CheckSide& side, End& end)
     for (std::uintptr_t& state : states) {
         auto* record =
             reinterpret_cast<DTC_IO_LOADERIF*>(state); // NOLINT(performance-no-int-to-ptr)
-        DTC_IO_STATUS const status = side.library.getState(end.handle(), &record);
+        DTC_IO_STATUS const status = side.adapter.getState(end.handle(), &record);
         expect(status == DTC_IO_SUCCESS, gave(Entry::GetState, status));
         state = reinterpret_cast<std::uintptr_t>(record);
     }

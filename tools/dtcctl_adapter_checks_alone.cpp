@@ -9,31 +9,31 @@ constexpr char unknownService[] = "no such service";
 
 void versionIsFixed(CheckSide& side)
 {
-    char const* const version = side.library.getVersion();
+    char const* const version = side.adapter.getVersion();
     if (version == nullptr)
         fail("DTC_Get_Version gave null");
     expect(*version != '\0', "DTC_Get_Version gave an empty text");
     std::string const first = version;
-    char const* const again = side.library.getVersion();
+    char const* const again = side.adapter.getVersion();
     expect(again != nullptr && again == first && version == first, "it has changed");
 }
 
 void errorIsNeverNull(CheckSide& side)
 {
-    expect(side.library.getError() != nullptr, "DTC_Get_Error gave null");
+    expect(side.adapter.getError() != nullptr, "DTC_Get_Error gave null");
 }
 
 void expectFailure(CheckSide& side, Entry entry, DTC_IO_STATUS status)
 {
     expect(status == DTC_IO_NO_CONNECTION, gave(entry, status));
-    char const* const text = side.library.getError();
+    char const* const text = side.adapter.getError();
     expect(text != nullptr && *text != '\0', gave(entry, status) + " and no error text");
 }
 
 DTC_IO_STATUS createUnknown(CheckSide& side)
 {
     void* handle = nullptr;
-    return side.library.create(unknownService, &handle);
+    return side.adapter.create(unknownService, &handle);
 }
 
 void unknownServiceFails(CheckSide& side)
@@ -46,11 +46,11 @@ void openWithoutServerFails(CheckSide& side)
     Subject const& subject = side.subject;
     void* handle = nullptr;
     DTC_IO_STATUS const status =
-        side.library.open(subject.address.c_str(), subject.service.c_str(), &handle);
+        side.adapter.open(subject.address.c_str(), subject.service.c_str(), &handle);
     if (status != DTC_IO_SUCCESS)
         return expectFailure(side, Entry::Open, status);
-    side.library.close(handle);
-    bool const isFree = side.library.create(subject.service.c_str(), &handle) == DTC_IO_SUCCESS;
+    side.adapter.close(handle);
+    bool const isFree = side.adapter.create(subject.service.c_str(), &handle) == DTC_IO_SUCCESS;
     if (!isFree)
         skip("somebody seems to serve " + subject.service + " at " + subject.address + " already");
     fail(gave(Entry::Open, status));
@@ -60,15 +60,15 @@ void errorStaysReadable(CheckSide& side)
 {
     if (createUnknown(side) == DTC_IO_SUCCESS)
         skip("DTC_IO_Create does not fail");
-    char const* const text = side.library.getError();
+    char const* const text = side.adapter.getError();
     if (text == nullptr)
         fail("DTC_Get_Error gave null");
     std::string const copy = text;
-    if (side.library.has(Entry::GetVersion))
-        side.library.getVersion();
-    if (side.library.has(Entry::GetStatus))
-        side.library.getStatus();
-    char const* const again = side.library.getError();
+    if (side.adapter.has(Entry::GetVersion))
+        side.adapter.getVersion();
+    if (side.adapter.has(Entry::GetStatus))
+        side.adapter.getStatus();
+    char const* const again = side.adapter.getError();
     expect(again != nullptr && copy == again && copy == text,
            "it was \"" + copy + "\" and has changed without a failure");
 }
@@ -77,10 +77,10 @@ void errorStaysReadable(CheckSide& side)
 void createGivesHandle(CheckSide& side)
 {
     void* handle = nullptr;
-    DTC_IO_STATUS const status = side.library.create(side.subject.service.c_str(), &handle);
+    DTC_IO_STATUS const status = side.adapter.create(side.subject.service.c_str(), &handle);
     if (status != DTC_IO_SUCCESS)
         skip("it cannot serve " + side.subject.service + " here, " + gave(Entry::Create, status) +
-             ", " + quotedError(side.library));
+             ", " + quotedError(side.adapter));
     expect(handle != nullptr, "DTC_IO_Create gave 0 and a null handle");
 }
 
@@ -105,7 +105,7 @@ void serviceIsFreeAfterClose(CheckSide& side)
 void callsStayInside(CheckSide& side)
 {
     std::string loose;
-    for (std::string const& name : side.library.looseEntries())
+    for (std::string const& name : side.adapter.looseEntries())
         loose.append(loose.empty() ? "" : ", ").append(name);
     if (!loose.empty())
         throw Finding{Result::Warning, "those of " + loose +
@@ -119,11 +119,11 @@ void unloadingUnloads(CheckSide& side)
     if (side.subject.isOwnLibrary)
         skip("dtcctl itself uses this file");
     void* handle = nullptr;
-    bool const canServe = side.library.has(Entry::Create) && side.library.has(Entry::Close);
-    if (canServe && side.library.create(side.subject.service.c_str(), &handle) == DTC_IO_SUCCESS)
-        side.library.close(handle);
-    std::string const path = side.library.path();
-    expect(side.library.unload(), "the dynamic loader says: " + side.library.error());
+    bool const canServe = side.adapter.has(Entry::Create) && side.adapter.has(Entry::Close);
+    if (canServe && side.adapter.create(side.subject.service.c_str(), &handle) == DTC_IO_SUCCESS)
+        side.adapter.close(handle);
+    std::string const path = side.adapter.path();
+    expect(side.adapter.unload(), "the dynamic loader says: " + side.adapter.error());
     if (isMapped(path))
         throw Finding{Result::Warning, "its file stays mapped: linked with -z nodelete, unique "
                                        "symbols, or thread-local data with a destructor"};

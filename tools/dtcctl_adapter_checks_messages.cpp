@@ -40,7 +40,7 @@ void sendsUncounted(CheckSide& side)
     End client = openPeer(side);
     Buffer buffer = filled(64, 8, 3);
     DTC_IO_STATUS const status =
-        side.library.sendV2(client.handle(), 0, 3, buffer.words(), 8, nullptr);
+        side.adapter.sendV2(client.handle(), 0, 3, buffer.words(), 8, nullptr);
     expect(status == DTC_IO_SUCCESS, gave(Entry::SendV2, status));
     client.awaitMessage(3, buffer, 8);
     side.peer.proceed();
@@ -50,7 +50,7 @@ void sendsOldWay(CheckSide& side)
 {
     End client = openPeer(side);
     Buffer buffer(64);
-    DTC_IO_STATUS const status = side.library.sendOld(client.handle(), 0, 3, buffer.words(), 8);
+    DTC_IO_STATUS const status = side.adapter.sendOld(client.handle(), 0, 3, buffer.words(), 8);
     expect(status == DTC_IO_SUCCESS, gave(Entry::Send, status));
     client.awaitMessage(3, buffer, 8);
     side.peer.proceed();
@@ -59,7 +59,7 @@ void sendsOldWay(CheckSide& side)
 /// How many clients a server takes is its own affair; the others' messages are not.
 [[noreturn]] void turnedAway(CheckSide& side, End& first, Buffer& buffer)
 {
-    std::string const why = quotedError(side.library);
+    std::string const why = quotedError(side.adapter);
     for (bool isDone = false; !isDone;) {
         Received const message = first.receive(buffer, 8, 0);
         isDone = message.status != DTC_IO_SUCCESS;
@@ -74,7 +74,7 @@ void twoClientsExchange(CheckSide& side)
     first.exchange(1, 1);
     Buffer buffer = filled(64, 1, 0);
     void* handle = nullptr;
-    if (side.library.open(side.subject.address.c_str(), side.subject.service.c_str(), &handle) !=
+    if (side.adapter.open(side.subject.address.c_str(), side.subject.service.c_str(), &handle) !=
         DTC_IO_SUCCESS)
         turnedAway(side, first, buffer);
     End second(side, handle, false);

@@ -66,8 +66,8 @@ End End::serve(CheckSide& side)
 {
     int mark = 0;
     void* handle = &mark;
-    DTC_IO_STATUS const status = side.library.create(side.subject.service.c_str(), &handle);
-    return {side, handleOf(side.library, Entry::Create, status, handle, &mark), true};
+    DTC_IO_STATUS const status = side.adapter.create(side.subject.service.c_str(), &handle);
+    return {side, handleOf(side.adapter, Entry::Create, status, handle, &mark), true};
 }
 
 End End::open(CheckSide& side)
@@ -75,18 +75,18 @@ End End::open(CheckSide& side)
     int mark = 0;
     void* handle = &mark;
     DTC_IO_STATUS const status =
-        side.library.open(side.subject.address.c_str(), side.subject.service.c_str(), &handle);
-    return {side, handleOf(side.library, Entry::Open, status, handle, &mark), false};
+        side.adapter.open(side.subject.address.c_str(), side.subject.service.c_str(), &handle);
+    return {side, handleOf(side.adapter, Entry::Open, status, handle, &mark), false};
 }
 
 DTC_IO_STATUS End::trySend(unsigned int clientId, unsigned int tag, Buffer& buffer,
                            unsigned int length)
 {
-    if (!m_side.library.has(Entry::SendV2))
-        return m_side.library.sendOld(m_handle, clientId, tag, buffer.words(), length);
+    if (!m_side.adapter.has(Entry::SendV2))
+        return m_side.adapter.sendOld(m_handle, clientId, tag, buffer.words(), length);
     unsigned int sent = ~length;
     DTC_IO_STATUS const status =
-        m_side.library.sendV2(m_handle, clientId, tag, buffer.words(), length, &sent);
+        m_side.adapter.sendV2(m_handle, clientId, tag, buffer.words(), length, &sent);
     expect(status != DTC_IO_SUCCESS || sent == length, "DTC_IO_Send_V2 counted " +
                                                            std::to_string(sent) + " of " +
                                                            std::to_string(length) + " bytes");
@@ -97,7 +97,7 @@ void End::send(unsigned int clientId, unsigned int tag, Buffer& buffer, unsigned
 {
     DTC_IO_STATUS const status = trySend(clientId, tag, buffer, length);
     if (status != DTC_IO_SUCCESS)
-        failWithError(m_side.library, "sending " + std::to_string(length) + " bytes gave " +
+        failWithError(m_side.adapter, "sending " + std::to_string(length) + " bytes gave " +
                                           std::to_string(status));
 }
 
@@ -105,7 +105,7 @@ Received End::receive(Buffer& buffer, unsigned int size, unsigned int timeoutMs)
 {
     std::fill(buffer.bytes() + size, buffer.bytes() + buffer.size(), guard);
     Received result = {DTC_IO_FAILED, ~0U, ~0U, ~0U};
-    result.status = m_side.library.receive(m_handle, &result.clientId, &result.tag, buffer.words(),
+    result.status = m_side.adapter.receive(m_handle, &result.clientId, &result.tag, buffer.words(),
                                            size, &result.length, timeoutMs);
     bool const isIntact = std::all_of(buffer.bytes() + size, buffer.bytes() + buffer.size(),
                                       [](unsigned char byte) { return byte == guard; });
@@ -140,7 +140,7 @@ Received End::awaitMessage(unsigned int tag, Buffer& buffer, unsigned int size)
 {
     Received const message = await(buffer, size);
     if (message.status != DTC_IO_SUCCESS)
-        failWithError(m_side.library, gave(Entry::Receive, message.status));
+        failWithError(m_side.adapter, gave(Entry::Receive, message.status));
     expect(message.tag == tag,
            "sent tag " + std::to_string(tag) + ", received tag " + std::to_string(message.tag));
     expect(message.length <= size, "DTC_IO_Receive counted " + std::to_string(message.length) +
@@ -171,7 +171,7 @@ void End::echo()
             expect(message.length <= buffer.size(), "DTC_IO_Receive counted too much");
             send(message.clientId, message.tag, buffer, message.length);
         } else if (!isWaiting(message.status)) {
-            failWithError(m_side.library, gave(Entry::Receive, message.status));
+            failWithError(m_side.adapter, gave(Entry::Receive, message.status));
         }
     } while (!m_side.peer.mayProceed());
     m_side.peer.await();
@@ -179,12 +179,12 @@ void End::echo()
 
 DTC_IO_STATUS End::ready(unsigned int timeoutMs)
 {
-    return m_side.library.receiveReady(m_handle, timeoutMs);
+    return m_side.adapter.receiveReady(m_handle, timeoutMs);
 }
 
 void End::close()
 {
-    m_side.library.close(m_handle);
+    m_side.adapter.close(m_handle);
     m_handle = nullptr;
 }
 

@@ -22,7 +22,7 @@ struct Subject
 /// What a side of a check works with.
 struct CheckSide
 {
-    AdapterLibrary& library;
+    AdapterLibrary& adapter;
     Peer& peer;
     Subject const& subject;
 };
