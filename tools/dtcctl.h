@@ -4,28 +4,11 @@
 /// status: 0, 1 (it failed) or 2 (used wrongly).
 #pragma once
 
+#include "tools/dtcctl_failure.h"
+
 #include <CLI/App.hpp>
-#include <stdexcept>
 
 namespace dtcctl {
-
-constexpr int ExitOk = 0;
-constexpr int ExitFailed = 1;
-constexpr int ExitUsage = 2;
-
-/// Used wrongly: what the command line asks for makes no sense.
-class UsageError : public std::runtime_error
-{
-public:
-    using std::runtime_error::runtime_error;
-};
-
-/// It failed: the text says what and why.
-class Failure : public std::runtime_error
-{
-public:
-    using std::runtime_error::runtime_error;
-};
 
 // Each adds its subcommand, which stores its exit status in status when it has run.
 void addServe(CLI::App& app, int& status);

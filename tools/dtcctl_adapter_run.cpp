@@ -1,7 +1,7 @@
 #include "tools/dtcctl_adapter_run.h"
 
-#include "tools/dtcctl.h"
 #include "tools/dtcctl_adapter_process.h"
+#include "tools/dtcctl_failure.h"
 
 #include <array>
 #include <cerrno>

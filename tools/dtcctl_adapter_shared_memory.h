@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tools/dtcctl.h"
+#include "tools/dtcctl_failure.h"
 
 #include <cerrno>
 #include <cstring>

@@ -1,6 +1,6 @@
 #include "tools/dtcctl_address.h"
 
-#include "tools/dtcctl.h"
+#include "tools/dtcctl_failure.h"
 
 #include <arpa/inet.h>
 #include <cctype>

@@ -1,6 +1,6 @@
 #include "tools/dtcctl_archive.h"
 
-#include "tools/dtcctl.h"
+#include "tools/dtcctl_failure.h"
 #include "tools/dtcctl_interrupt.h"
 #include "tools/dtcctl_text.h"
 

@@ -1,6 +1,6 @@
 #include "tools/dtcctl_connection.h"
 
-#include "tools/dtcctl.h"
+#include "tools/dtcctl_failure.h"
 #include "tools/dtcctl_library_call.h"
 
 namespace dtcctl {

@@ -1,6 +1,6 @@
 #include "tools/dtcctl_input.h"
 
-#include "tools/dtcctl.h"
+#include "tools/dtcctl_failure.h"
 
 #include <cerrno>
 #include <charconv>

@@ -1,7 +1,7 @@
 #include "tools/dtcctl_upload.h"
 
-#include "tools/dtcctl.h"
 #include "tools/dtcctl_box_path.h"
+#include "tools/dtcctl_failure.h"
 #include "tools/dtcctl_text.h"
 #include "util/file_stream.h"
 
