@@ -123,6 +123,8 @@ TEST_F(ServerTest, ServesSeveralThreadsAtOnce)
 TEST_F(ServerTest, PausesWithoutDescriptorsAndRefusesOneThatSelectCannotTake)
 {
     RawPeer& served = join();
+    served.send(message("first", 1)); // the sanitizer looks at a type once, with a descriptor
+    EXPECT_EQ(receive().payload, "first");
     RawPeer& waits = peers.emplace_back(server.port());
     {
         NoMoreDescriptors const none;
