@@ -1,4 +1,4 @@
-/*
+/**
  * The C interface of an IO adapter library: messages between programs on the box and programs
  * elsewhere.
  *
@@ -60,33 +60,34 @@
 extern "C" {
 #endif
 
-/* What the functions below return. */
+/** What the functions below return. */
 typedef int32_t DTC_IO_STATUS;
 
 enum {
     DTC_IO_SUCCESS = 0,
-    DTC_IO_NO_CONNECTION = -1, /* DTC_IO_Create or DTC_IO_Open made no connection */
-    DTC_IO_INVALID = -2,     /* invalid argument; message larger than the buffer; internal error */
-    DTC_IO_FAILED = -6,      /* socket failure, or a malformed message header */
-    DTC_IO_TIMEOUT = -8,     /* nothing to receive within the time given */
-    DTC_IO_DISCONNECTED = -9 /* the peer has gone, or a server has no client */
+    DTC_IO_NO_CONNECTION = -1, /**< DTC_IO_Create or DTC_IO_Open made no connection */
+    DTC_IO_INVALID = -2, /**< invalid argument; message larger than the buffer; internal error */
+    DTC_IO_FAILED = -6,  /**< socket failure, or a malformed message header */
+    DTC_IO_TIMEOUT = -8, /**< nothing to receive within the time given */
+    DTC_IO_DISCONNECTED = -9 /**< the peer has gone, or a server has no client */
 };
 
 static const unsigned int DTC_IO_NO_TIME_LIMIT = 0xFFFFFFFFu;
 
-/* A record that programs which load adapters may share with them. This library has none to give. */
+/** A record that programs which load adapters may share with them. This library has none to give.
+ */
 typedef struct DTC_IO_LOADERIF DTC_IO_LOADERIF;
 
-/* The name of this adapter: constant text, never null. */
+/** The name of this adapter: constant text, never null. */
 char const* DTC_Get_Version(void);
 
-/*
+/**
  * The state of the box's network, which the first DTC_IO_Create or DTC_IO_Open sets up: 0 when it
  * is configured, otherwise 3 (not set up yet, or its set-up failed). 1 is reserved.
  */
 int DTC_Get_Status(void);
 
-/*
+/**
  * Why the last failing call of this process, in whichever thread, failed; "" before the first
  * failure. The text belongs to the library and is valid until the next failure. Some failures have
  * no text of their own, and the connection's (or, for DTC_IO_Create and DTC_IO_Open, the adapter's)
@@ -96,7 +97,7 @@ int DTC_Get_Status(void);
  */
 char const* DTC_Get_Error(void);
 
-/*
+/**
  * Makes a server connection that listens for clients of the service. param is recorded and not
  * used. The first DTC_IO_Create or DTC_IO_Open of a process sets up the box's network, which can
  * take seconds. Returns DTC_IO_SUCCESS and the handle, or DTC_IO_NO_CONNECTION and null: unknown
@@ -104,7 +105,7 @@ char const* DTC_Get_Error(void);
  */
 DTC_IO_STATUS DTC_IO_Create(const char* service, unsigned int param, void** connection);
 
-/*
+/**
  * Connects to the service at the address. The address ends in the box's IPv4 address written as one
  * number, decimal, octal after "0" or hexadecimal after "0x"; anything up to a last ':' is ignored,
  * and so is what follows the number: "3232235876", "0xC0A80164" and "skylark0:0xC0A80164" all mean
@@ -115,7 +116,7 @@ DTC_IO_STATUS DTC_IO_Create(const char* service, unsigned int param, void** conn
  */
 DTC_IO_STATUS DTC_IO_Open(const char* address, const char* service, void** connection);
 
-/*
+/**
  * Closes the connection and gives up its handle; no other thread may be using it. What a client has
  * sent still arrives, unless it leaves replies unread. A server resets its clients, and what they
  * have not received yet is lost. A handle that the library does not hold, null included, is
@@ -123,7 +124,7 @@ DTC_IO_STATUS DTC_IO_Open(const char* address, const char* service, void** conne
  */
 void DTC_IO_Close(void* connection);
 
-/*
+/**
  * Sends one message of length bytes (at least 1) and stores length through sent, which may be null
  * and is left alone on failure. On a server clientId names the receiver; on a client it is ignored.
  * Blocks until the system has taken the whole message. DTC_IO_INVALID: no buffer or no length,
@@ -133,7 +134,7 @@ void DTC_IO_Close(void* connection);
 DTC_IO_STATUS DTC_IO_Send_V2(void* connection, unsigned int clientId, unsigned int tag,
                              unsigned int* buffer, unsigned int length, unsigned int* sent);
 
-/*
+/**
  * Receives one message into the size bytes at buffer and stores who sent it (on a client: the
  * server's port), its tag and its byte count. Only received may be null. Waits at most timeout
  * milliseconds for it. After a failure what the pointers lead to is undefined.
@@ -154,20 +155,20 @@ DTC_IO_STATUS DTC_IO_Receive(void* connection, unsigned int* clientId, unsigned 
                              unsigned int* buffer, unsigned int size, unsigned int* received,
                              unsigned int timeout);
 
-/*
+/**
  * Waits at most timeout milliseconds until DTC_IO_Receive would find something: a message, or the
  * end of a connection. DTC_IO_SUCCESS, DTC_IO_TIMEOUT, DTC_IO_DISCONNECTED (a server without
  * clients), DTC_IO_FAILED (a client's wait was interrupted).
  */
 DTC_IO_STATUS DTC_IO_Receive_Ready(void* connection, unsigned int timeout);
 
-/*
+/**
  * Stores this end's identifier: a client's is the number by which its server knows it (its TCP
  * port), a server's the port it listens on. DTC_IO_INVALID for a null id.
  */
 DTC_IO_STATUS DTC_IO_Local_Id(void* connection, unsigned int* id);
 
-/* Stores null through state, unless state is null: this library has no loader record.
+/** Stores null through state, unless state is null: this library has no loader record.
  * DTC_IO_SUCCESS. */
 DTC_IO_STATUS DTC_IO_Get_State(void* connection, DTC_IO_LOADERIF** state);
 

@@ -235,7 +235,7 @@ DTC_IO_STATUS DTC_IO_Receive(void* connection, unsigned int* clientId, unsigned 
                              unsigned int timeout)
 {
     Header header;
-    if (buffer == NULL || size == 0)
+    if (clientId == NULL || tag == NULL || buffer == NULL || size == 0)
         return fail(DTC_IO_INVALID, "receive", "no buffer");
     int const found = wait_for_peer(connection, timeout);
     if (found < 0)
@@ -246,7 +246,8 @@ DTC_IO_STATUS DTC_IO_Receive(void* connection, unsigned int* clientId, unsigned 
         return broken(receiver, found);
     *clientId = receiver->number[found];
     *tag = header.tag;
-    *received = header.length;
+    if (received != NULL)
+        *received = header.length;
     for (uint32_t rest = header.length; rest > 0;) {
         uint32_t const part = rest < size ? rest : size;
         if (transfer(fd, buffer, part, 0) != 0)
@@ -260,6 +261,8 @@ DTC_IO_STATUS DTC_IO_Receive(void* connection, unsigned int* clientId, unsigned 
 
 DTC_IO_STATUS DTC_IO_Local_Id(void* connection, unsigned int* id)
 {
+    if (id == NULL)
+        return fail(DTC_IO_INVALID, "local id", "no place for it");
     *id = (unsigned int)(((Connection*)connection)->place[0].fd < 0); /* a server is 0 */
     return DTC_IO_SUCCESS;
 }
@@ -267,6 +270,7 @@ DTC_IO_STATUS DTC_IO_Local_Id(void* connection, unsigned int* id)
 DTC_IO_STATUS DTC_IO_Get_State(void* connection, DTC_IO_LOADERIF** state)
 {
     (void)connection;
-    *state = NULL;
+    if (state != NULL)
+        *state = NULL;
     return DTC_IO_SUCCESS;
 }

@@ -4,14 +4,14 @@
 #include <stdio.h>
 #include <string.h>
 
+enum { LONGEST = 4096 };
+
 static int exchange(void* box, char const* text)
 {
-    unsigned int buffer[1024];
+    unsigned int buffer[LONGEST / sizeof(unsigned int)];
     unsigned int server = 0;
     unsigned int tag = 0;
     unsigned int length = (unsigned int)strlen(text);
-    if (length > sizeof buffer)
-        length = sizeof buffer;
     memcpy(buffer, text, length);
     if (DTC_IO_Send_V2(box, 0, 7, buffer, length, NULL) != DTC_IO_SUCCESS ||
         DTC_IO_Receive(box, &server, &tag, buffer, sizeof buffer, &length, 5000) !=
@@ -27,9 +27,11 @@ int main(int argc, char** argv)
 {
     void* box = NULL;
     int result;
-    if (argc != 3) {
-        fprintf(stderr, "usage: %s ADDRESS TEXT, for example %s 0x7F000001 hello\n", argv[0],
-                argv[0]);
+    if (argc != 3 || argv[2][0] == '\0' || strlen(argv[2]) > LONGEST) {
+        fprintf(stderr,
+                "usage: %s ADDRESS TEXT, for example %s 0x7F000001 hello\n"
+                "TEXT has 1 to %d bytes.\n",
+                argv[0], argv[0], LONGEST);
         return 2;
     }
     if (DTC_IO_Open(argv[1], "dtc_io", &box) != DTC_IO_SUCCESS) {

@@ -31,6 +31,10 @@ public:
 int main(int argc, char** argv)
 {
     static unsigned int buffer[1 << 18]; // messages of up to 1 MiB
+    if (argc < 2) {
+        std::fprintf(stderr, "usage: %s DEVICE..., for example %s skylark0\n", argv[0], argv[0]);
+        return 2;
+    }
     std::vector<std::string> devices(argv + 1, argv + argc);
     Logger logger;
     KORVA::DTC::IOAdapterListener listener(devices, "dtc_io", logger);

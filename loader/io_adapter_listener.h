@@ -33,16 +33,19 @@ public:
     IOAdapterListener& operator=(IOAdapterListener const&) = delete;
 
     /// Loads the device's library and makes a server connection for the service with it. On failure
-    /// false, with the reason given to the logger and to standard output.
+    /// false, with the reason given to the logger and to standard output; without memory for the
+    /// proxy to the logger alone, without memory for the record to nobody.
     bool add_connection(char const* device, char const* service, DTC_Logger& logger);
 
-    /// The first connection, in the order of the devices, that has a message ready; null when there
-    /// is none; the listener's own. Receive from it at once, with time-out 0: a server of
-    /// skylark_io.so also has something to receive when a client leaves, and then waits for the
-    /// clients that stay, see dtc_io.h. Asks one connection after the other, each for an equal
-    /// share of timeout milliseconds: a message on a later one is noticed after the shares of those
-    /// before it. With more than one connection even 0xFFFFFFFF is shared out, and so a limit of
-    /// weeks.
+    /// The first connection, in the order of the devices, that has a message ready, or null. It
+    /// stays the listener's.
+    ///
+    /// Asks one connection after the other, each for an equal share of timeout milliseconds: a
+    /// message on a later one is noticed after the shares of those before it. With more than one
+    /// connection even 0xFFFFFFFF is shared out, and so a limit of weeks.
+    ///
+    /// Receive from it at once, with time-out 0: a server of skylark_io.so also has something to
+    /// receive when a client leaves, and then waits for the clients that stay, see dtc_io.h.
     IOAdapter_Connection* listen(unsigned int timeout);
 
     unsigned int connection_count() const;

@@ -19,8 +19,9 @@ public:
     FPGA& operator=(FPGA const&) = delete;
 
     /// One register. An address without any of the bits 25, 26 and 27 is an offset into the first
-    /// range, so 0 and 0x06000000 are the same register; bit 0 does not count. Throws
-    /// OperationFailed, without any access, for an address in neither range.
+    /// range, so 0 and 0x06000000 are the same register. An odd address reaches the register below
+    /// it, but the last one of a range is refused. Throws OperationFailed, without any access, for
+    /// an address in neither range.
     unsigned short read(unsigned int address);
     void write(unsigned int address, unsigned short value);
 

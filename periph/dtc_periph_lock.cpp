@@ -3,10 +3,12 @@
 #include "periph/dtc_periph_delay.h"
 #include "periph/dtc_periph_exception.h"
 #include "platform/platform.h"
+#include "util/descriptor.h"
 
 #include <algorithm>
 #include <fcntl.h>
 #include <unistd.h>
+#include <utility>
 
 namespace KORVA::DTC::PERIPH {
 namespace {
@@ -47,9 +49,14 @@ void LOCK::acquire(unsigned int timeout, unsigned int interval)
 
 bool LOCK::tryCreateFile()
 {
-    m_fileName = PLATFORM::path(m_path.c_str());
-    m_file = open(m_fileName.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0);
-    return m_file != -1;
+    std::string name = PLATFORM::path(m_path.c_str());
+    int const file =
+        aboveStandardStreams(open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0));
+    if (file == -1)
+        return false; // what an earlier acquire holds stays known, for release
+    m_file = file;
+    m_fileName = std::move(name);
+    return true;
 }
 
 void LOCK::removeFile()

@@ -27,12 +27,11 @@ void MMD::map(unsigned int physicalAddress)
 {
     if (m_base != unmapped())
         return;
-    if (m_device == -1)
-        m_device = PLATFORM::openDevice("/dev/mem", O_RDWR | O_SYNC);
+    m_device = PLATFORM::openDevice("/dev/mem", O_RDWR | O_SYNC);
     if (m_device == -1)
         throw Exception(fileName, __LINE__, MapFailed, "/dev/mem could not be opened");
     m_base = PLATFORM::mapPage(m_device, physicalAddress);
-    if (m_base == unmapped()) {
+    if (m_base == unmapped()) { // a later use begins anew, and must not leak the first one's handle
         PLATFORM::closeDevice(m_device);
         m_device = -1;
         throw Exception(fileName, __LINE__, MapFailed, "call to mmap() failed");

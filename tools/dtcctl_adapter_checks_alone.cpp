@@ -1,6 +1,7 @@
 #include "tools/dtcctl_adapter_checks.h"
 
 #include <cstring>
+#include <utility>
 
 namespace dtcctl {
 namespace {
@@ -129,6 +130,12 @@ void unloadingUnloads(CheckSide& side)
                                        "symbols, or thread-local data with a destructor"};
 }
 
+/// A check by one process, which leaves the library as it was.
+Check alone(char const* rule, Stage stage, std::vector<Entry> entries, void (*side)(CheckSide&))
+{
+    return {rule, stage, stage, std::move(entries), side, nullptr};
+}
+
 } // namespace
 
 std::vector<Check> checksAlone()
@@ -136,67 +143,25 @@ std::vector<Check> checksAlone()
     Stage const loaded = Stage::Loaded;
     Stage const serves = Stage::Serves;
     return {
-        {"the version is a fixed text that names the adapter",
-         loaded,
-         loaded,
-         {Entry::GetVersion},
-         versionIsFixed,
-         nullptr},
-        {"the error text is never null, before the first failure too",
-         loaded,
-         loaded,
-         {Entry::GetError},
-         errorIsNeverNull,
-         nullptr},
-        {"creating an unknown service fails with -1 and an error text",
-         loaded,
-         loaded,
-         {Entry::Create, Entry::GetError},
-         unknownServiceFails,
-         nullptr},
-        {"opening where nobody serves fails with -1 and an error text",
-         loaded,
-         loaded,
-         {Entry::Open, Entry::Create, Entry::Close, Entry::GetError},
-         openWithoutServerFails,
-         nullptr},
-        {"an error text stays as it is until the next failure",
-         loaded,
-         loaded,
-         {Entry::Create, Entry::GetError},
-         errorStaysReadable,
-         nullptr},
-        {"its calls of its own entry points stay inside",
-         loaded,
-         loaded,
-         {},
-         callsStayInside,
-         nullptr},
-        {"its unloading removes it from the process",
-         loaded,
-         loaded,
-         {},
-         unloadingUnloads,
-         nullptr},
+        alone("the version is a fixed text that names the adapter", loaded, {Entry::GetVersion},
+              versionIsFixed),
+        alone("the error text is never null, before the first failure too", loaded,
+              {Entry::GetError}, errorIsNeverNull),
+        alone("creating an unknown service fails with -1 and an error text", loaded,
+              {Entry::Create, Entry::GetError}, unknownServiceFails),
+        alone("opening where nobody serves fails with -1 and an error text", loaded,
+              {Entry::Open, Entry::Create, Entry::Close, Entry::GetError}, openWithoutServerFails),
+        alone("an error text stays as it is until the next failure", loaded,
+              {Entry::Create, Entry::GetError}, errorStaysReadable),
+        alone("its calls of its own entry points stay inside", loaded, {}, callsStayInside),
+        alone("its unloading removes it from the process", loaded, {}, unloadingUnloads),
         {"creating a service gives a handle", loaded, serves, {}, createGivesHandle, nullptr},
-        {"a server has a local id and stores its state",
-         serves,
-         serves,
-         {Entry::LocalId, Entry::GetState},
-         serverHasIdAndState,
-         nullptr},
-        {"a server without clients waits no longer than its time-out, then -8 or -9",
-         serves,
-         serves,
-         {Entry::ReceiveReady},
-         serverWaitsForClients,
-         nullptr},
-        {"a service can be created again after its close",
-         serves,
-         serves,
-         {},
-         serviceIsFreeAfterClose,
-         nullptr},
+        alone("a server has a local id and stores its state", serves,
+              {Entry::LocalId, Entry::GetState}, serverHasIdAndState),
+        alone("a server without clients waits no longer than its time-out, then -8 or -9", serves,
+              {Entry::ReceiveReady}, serverWaitsForClients),
+        alone("a service can be created again after its close", serves, {},
+              serviceIsFreeAfterClose),
     };
 }
 

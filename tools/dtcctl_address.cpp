@@ -4,7 +4,11 @@
 
 #include <arpa/inet.h>
 #include <cctype>
+#include <cerrno>
+#include <cstdint>
 #include <cstdio>
+#include <cstdlib>
+#include <limits>
 #include <memory>
 #include <netdb.h>
 #include <netinet/in.h>
@@ -12,9 +16,22 @@
 namespace dtcctl {
 namespace {
 
-bool startsWithDigit(std::string const& text)
+/// Whether the text is all of a 32-bit number as the library reads it: decimal, octal after "0" or
+/// hexadecimal after "0x".
+bool isNumber(std::string const& text)
 {
-    return !text.empty() && std::isdigit(static_cast<unsigned char>(text[0])) != 0;
+    if (text.empty() || std::isdigit(static_cast<unsigned char>(text[0])) == 0)
+        return false;
+    char* end = nullptr;
+    errno = 0;
+    unsigned long const number = std::strtoul(text.c_str(), &end, 0);
+    return *end == '\0' && errno == 0 && number <= std::numeric_limits<std::uint32_t>::max();
+}
+
+/// Whether the last part is a port, because what stands before it names a machine by itself.
+bool isPortAfter(std::string const& before)
+{
+    return before == "localhost" || before.find_first_of(".:") != std::string::npos;
 }
 
 std::string numberForm(in_addr address)
@@ -45,19 +62,15 @@ std::string libraryAddress(std::string const& given)
     if (inet_pton(AF_INET, given.c_str(), &dotted) == 1)
         return numberForm(dotted);
     std::size_t const colon = given.rfind(':');
+    bool const hasColon = colon != std::string::npos;
     std::string const last = given.substr(colon + 1); // npos + 1 is 0
-    if (startsWithDigit(last)) {
-        bool const dottedBeforePort =
-            colon != std::string::npos &&
-            inet_pton(AF_INET, given.substr(0, colon).c_str(), &dotted) == 1;
-        if (dottedBeforePort)
+    if (isNumber(last)) {
+        if (hasColon && isPortAfter(given.substr(0, colon)))
             throw UsageError(given + ": give the address without a port, the service decides it");
-        if (last.find('.') != std::string::npos)
-            throw UsageError(given + ": not an IPv4 address");
         return given;
     }
-    if (given.empty() || colon != std::string::npos)
-        throw UsageError("\"" + given + "\": not an address");
+    if (given.empty() || hasColon || std::isdigit(static_cast<unsigned char>(given[0])) != 0)
+        throw UsageError("\"" + given + "\": not an IPv4 address");
     return resolve(given);
 }
 

@@ -4,6 +4,7 @@
 #include "tools/dtcctl_box_json.h"
 #include "tools/dtcctl_box_state.h"
 #include "tools/dtcctl_interrupt.h"
+#include "tools/dtcctl_text.h"
 
 #include <cstdio>
 #include <memory>
@@ -55,15 +56,16 @@ void printLines(char const* name, std::vector<std::string> const& lines, char co
 void printFlash(std::vector<BoxPartition> const& flash)
 {
     for (BoxPartition const& partition : flash) {
-        printField(("flash " + partition.name).c_str(), sizeText(partition.sizeBytes));
+        printField(("flash " + printable(partition.name)).c_str(), sizeText(partition.sizeBytes));
         for (BoxFile const& file : partition.files)
-            std::printf("  %s, %s\n", file.name.c_str(), sizeText(file.sizeBytes).c_str());
+            std::printf("  %s, %s\n", printable(file.name).c_str(),
+                        sizeText(file.sizeBytes).c_str());
     }
 }
 
 void print(BoxState const& state)
 {
-    printField("directory", state.directory);
+    printField("directory", printable(state.directory));
     for (std::size_t i = 0; i < state.leds.size(); ++i)
         printField(("LED " + std::to_string(i)).c_str(), state.leds[i]);
     printField("FPGA reset", state.fpgaReset);
@@ -76,7 +78,8 @@ void print(BoxState const& state)
     printFlash(state.flash);
     printField("root file system", state.rootFileSystem);
     printField("network",
-               state.network + (state.address.empty() ? "" : ", address " + state.address));
+               state.network +
+                   (state.address.empty() ? "" : ", address " + printable(state.address)));
     printLines("last transfers", state.transfers, "none");
     printLines("last commands", state.commands, "none");
 }

@@ -1,5 +1,6 @@
 #include "tools/dtcctl_connection.h"
 
+#include "tools/dtcctl_address.h"
 #include "tools/dtcctl_failure.h"
 #include "tools/dtcctl_library_call.h"
 
@@ -36,14 +37,14 @@ Connection Connection::serve(std::string const& service)
     return Connection(handle);
 }
 
-Connection Connection::open(std::string const& libraryAddress, std::string const& service)
+Connection Connection::open(std::string const& address, std::string const& service)
 {
+    std::string const number = libraryAddress(address);
     void* handle = nullptr;
     LibraryCall const call;
-    DTC_IO_STATUS const status = DTC_IO_Open(libraryAddress.c_str(), service.c_str(), &handle);
+    DTC_IO_STATUS const status = DTC_IO_Open(number.c_str(), service.c_str(), &handle);
     if (status != DTC_IO_SUCCESS)
-        throw Failure("cannot open " + service + " at " + libraryAddress + ": " +
-                      failureText(status));
+        throw Failure("cannot open " + service + " at " + address + ": " + failureText(status));
     return Connection(handle);
 }
 

@@ -37,9 +37,12 @@ struct Received
 class Connection
 {
 public:
-    /// Throw Failure with the library's text.
+    /// Throws Failure with the library's text.
     static Connection serve(std::string const& service);
-    static Connection open(std::string const& libraryAddress, std::string const& service);
+
+    /// The address in any form that libraryAddress takes. Throws as it does, and Failure with the
+    /// library's text.
+    static Connection open(std::string const& address, std::string const& service);
 
     Received receive(Buffer& buffer, unsigned int timeoutMs);
     DTC_IO_STATUS send(unsigned int clientId, unsigned int tag, Buffer& buffer,

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cctype>
-#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -60,9 +59,7 @@ void printRaw(EepromOptions const& options)
 {
     Bytes const bytes =
         readRange(checkedRange(options.address, parseNumber(options.length, EEPROM_SIZE)));
-    bool const written = std::fwrite(bytes.data(), 1, bytes.size(), stdout) == bytes.size();
-    if (!written || std::fflush(stdout) != 0)
-        throw Failure(std::string("cannot write standard output: ") + std::strerror(errno));
+    std::fwrite(bytes.data(), 1, bytes.size(), stdout);
 }
 
 /// The part is written by whole pages, so the rest of the last one is written as it was.

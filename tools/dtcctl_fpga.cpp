@@ -54,7 +54,8 @@ void addFpga(CLI::App& app, int& status)
     for (CLI::App* const command : {read, write})
         command
             ->add_option("ADDRESS", options->address,
-                         "0x06000000 to 0x0600FFFF or 0x08000000 to 0x0800FFFF")
+                         "0x06000000 to 0x0600FFFE, also as an offset from 0, or "
+                         "0x08000000 to 0x0800FFFE")
             ->required();
     write->add_option("VALUE", options->value, "16 bits")->required();
     read->callback([options, &status] {

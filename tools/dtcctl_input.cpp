@@ -1,22 +1,25 @@
 #include "tools/dtcctl_input.h"
 
+#include "util/file_stream.h"
+
 #include "tools/dtcctl_failure.h"
 
 #include <cerrno>
 #include <charconv>
+#include <cstdio>
 #include <cstring>
-#include <fstream>
-#include <iostream>
-#include <iterator>
 
 namespace dtcctl {
 namespace {
 
-std::string readAll(std::istream& stream, std::string const& name)
+std::string readAll(std::FILE* stream, std::string const& name)
 {
-    std::string content((std::istreambuf_iterator<char>(stream)), std::istreambuf_iterator<char>());
-    if (stream.bad())
-        throw Failure("cannot read " + name);
+    std::string content;
+    char bytes[1U << 16];
+    while (std::size_t const count = std::fread(bytes, 1, sizeof bytes, stream))
+        content.append(bytes, count);
+    if (std::ferror(stream) != 0)
+        throw Failure("cannot read " + name + ": " + std::strerror(errno));
     return content;
 }
 
@@ -25,11 +28,11 @@ std::string readAll(std::istream& stream, std::string const& name)
 std::string readInput(std::string const& name)
 {
     if (name == "-")
-        return readAll(std::cin, "standard input");
-    std::ifstream stream(name, std::ios::binary);
+        return readAll(stdin, "standard input");
+    KORVA::FileStream const stream(std::fopen(name.c_str(), "rbe"));
     if (!stream)
         throw Failure("cannot open " + name + ": " + std::strerror(errno));
-    return readAll(stream, name);
+    return readAll(stream.get(), name);
 }
 
 unsigned int parseNumber(std::string const& text, unsigned int most)

@@ -38,6 +38,7 @@ void switchLed(I2C_LED& led, void (I2C_LED::*change)())
 void blink(I2C_LED& led, unsigned int times)
 {
     constexpr unsigned int toggleIntervalMs = 100;
+    catchInterrupts();
     for (unsigned int toggles = 0; toggles < 2 * times; ++toggles) {
         if (interrupted() && toggles % 2 == 0)
             return;

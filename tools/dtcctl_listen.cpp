@@ -3,6 +3,7 @@
 #include "tools/dtcctl.h"
 #include "tools/dtcctl_connection.h"
 #include "tools/dtcctl_interrupt.h"
+#include "tools/dtcctl_library_call.h"
 
 #include <chrono>
 #include <cstdarg>
@@ -14,6 +15,7 @@ namespace dtcctl {
 namespace {
 
 using KORVA::DTC::IOAdapter_Connection;
+using KORVA::DTC::IOAdapterListener;
 
 struct ListenOptions
 {
@@ -36,15 +38,8 @@ public:
         va_end(arguments);
     }
 
-    void log_error(char const* format, ...) override __attribute__((format(printf, 2, 3)))
-    {
-        va_list arguments;
-        va_start(arguments, format);
-        std::fputs("dtcctl: ", stderr);
-        std::vfprintf(stderr, format, arguments);
-        va_end(arguments);
-        std::fputc('\n', stderr);
-    }
+    /// The listener prints its errors too.
+    void log_error(char const* /*format*/, ...) override {}
 };
 
 class Listening
@@ -52,7 +47,7 @@ class Listening
 public:
     explicit Listening(ListenOptions& options)
         : m_options(options), m_buffer(options.maxSizeBytes),
-          m_listener(options.devices, options.service.c_str(), m_logger)
+          m_listener(listenTo(options, m_logger))
     {
         if (m_listener.connection_count() == 0)
             throw Failure("no device serves " + options.service);
@@ -69,6 +64,12 @@ public:
     }
 
 private:
+    static IOAdapterListener listenTo(ListenOptions& options, StderrLogger& logger)
+    {
+        LibraryCall const call;
+        return {options.devices, options.service.c_str(), logger};
+    }
+
     /// With a pause where an adapter does not wait, as without clients, or fails.
     void listenOnce(unsigned int timeoutMs)
     {
@@ -135,7 +136,7 @@ private:
     ListenOptions& m_options;
     Buffer m_buffer;
     StderrLogger m_logger;
-    KORVA::DTC::IOAdapterListener m_listener;
+    IOAdapterListener m_listener;
     std::set<IOAdapter_Connection*> m_clients; ///< The connections that have some.
     unsigned long m_messages = 0;
 };

@@ -1,5 +1,4 @@
 #include "tools/dtcctl.h"
-#include "tools/dtcctl_address.h"
 #include "tools/dtcctl_connection.h"
 #include "tools/dtcctl_interrupt.h"
 #include "tools/dtcctl_round_trips.h"
@@ -7,6 +6,7 @@
 #include <chrono>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <optional>
@@ -27,6 +27,12 @@ struct PingOptions
     bool quiet = false;
 };
 
+/// A range alone lets "nan" pass.
+std::string refuseNan(std::string const& text)
+{
+    return std::isnan(std::strtod(text.c_str(), nullptr)) ? text + ": not a number" : "";
+}
+
 double millisecondsSince(Clock::time_point start)
 {
     return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
@@ -37,7 +43,7 @@ class Pinging
 public:
     explicit Pinging(PingOptions const& options)
         : m_options(options), m_outgoing(options.sizeBytes), m_incoming(options.sizeBytes),
-          m_connection(Connection::open(libraryAddress(options.address), options.service))
+          m_connection(Connection::open(options.address, options.service))
     {}
 
     /// Whether any reply came.
@@ -154,7 +160,7 @@ void addPing(CLI::App& app, int& status)
         ->check(CLI::Range(1U, 1U << 30))
         ->capture_default_str();
     command->add_option("-i,--interval", options->intervalSeconds, "Seconds between messages")
-        ->check(CLI::Range(0.0, 3600.0))
+        ->check(CLI::Range(0.0, 3600.0) & CLI::Validator(refuseNan, "", ""))
         ->capture_default_str();
     command->add_option("-W,--timeout", options->timeoutMs, "How long to wait for a reply, in ms")
         ->capture_default_str();

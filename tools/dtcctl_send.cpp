@@ -1,5 +1,4 @@
 #include "tools/dtcctl.h"
-#include "tools/dtcctl_address.h"
 #include "tools/dtcctl_connection.h"
 #include "tools/dtcctl_input.h"
 
@@ -50,7 +49,7 @@ void printReply(Buffer& buffer, Received const& reply)
 void sendMessage(SendOptions const& options)
 {
     std::string const message = messageOf(options);
-    Connection connection = Connection::open(libraryAddress(options.address), options.service);
+    Connection connection = Connection::open(options.address, options.service);
     Buffer outgoing(static_cast<unsigned int>(message.size()));
     std::memcpy(outgoing.bytes(), message.data(), message.size());
     DTC_IO_STATUS const sent = connection.send(0, options.tag, outgoing, outgoing.size());

@@ -104,14 +104,14 @@ std::vector<std::string> adviceFor(VariableList const& request, VariableList con
     for (auto const& [name, value] : request) {
         std::string const text = isStored(name) ? "" : adviceForUnstored(name, value);
         if (!text.empty())
-            advice.push_back(std::string(name).append(": ").append(text));
+            advice.push_back(printable(name) + ": " + text);
     }
     VariableList wanted = current;
     updateVars(wanted, request);
     for (auto const& [name, value] : afterStoring(wanted)) {
         if (value == *find(wanted, name))
             continue;
-        std::string const fate = std::string(name) + ": will read back as " + jsonString(value);
+        std::string const fate = printable(name) + ": will read back as " + jsonString(value);
         if (find(request, name) == nullptr)
             throw Failure(fate + ", which was not asked for: a line feed ends a value");
         advice.push_back(fate);

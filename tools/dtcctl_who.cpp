@@ -8,7 +8,6 @@
 #include "tools/dtcctl_text.h"
 
 #include <arpa/inet.h>
-#include <cerrno>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -46,11 +45,8 @@ struct Answer
 std::string dottedAddress(std::string const& given)
 {
     std::string const form = libraryAddress(given);
-    errno = 0;
     std::string const number = form.substr(form.rfind(':') + 1); // npos + 1 is 0
     unsigned long const host = std::strtoul(number.c_str(), nullptr, 0);
-    if (errno != 0 || host > UINT32_MAX)
-        throw UsageError(given + ": not an IPv4 address");
     in_addr const address{htonl(static_cast<std::uint32_t>(host))};
     char text[INET_ADDRSTRLEN];
     inet_ntop(AF_INET, &address, text, sizeof text);
@@ -150,9 +146,10 @@ void tellWho(WhoOptions const& options)
 void addWho(CLI::App& app, int& status)
 {
     auto const options = std::make_shared<WhoOptions>();
-    CLI::App* const command = app.add_subcommand(
-        "who", "Tell who holds dtc_io and which clients are admitted. Reads the configuration as "
-               "admission does, which blinks the third LED once; nothing else changes");
+    CLI::App* const command =
+        app.add_subcommand("who", "Tell who holds dtc_io and which clients are admitted");
+    command->footer("Reads the configuration as admission does, which blinks the third LED once; "
+                    "nothing else changes.");
     command->add_option("ADDRESS", options->addresses, "Client addresses to judge");
     command->add_flag("--json", options->json, "As one JSON object");
     command->callback([options, &status] {

@@ -20,11 +20,10 @@ bool uEvent::Wait(unsigned int timeoutMs)
     PosixLockGuard const guard(m_mutex);
     if (consume())
         return true;
-    ++m_waiters;
+    WaiterCount const counted(m_waiters);
     // Any wake-up counts: one Set releases every waiter, and the first to run has cleared the
     // state.
     bool const woken = waitOnCondition(m_condition, m_mutex, timeoutMs);
-    --m_waiters;
     if (woken)
         m_state = false;
     return woken;
@@ -36,16 +35,18 @@ bool uEvent::Set()
     m_state = true;
     if (m_waiters != 0)
         pthread_cond_broadcast(&m_condition);
-    else if (offerToListeners())
-        m_state = false;
+    else
+        offerToListeners(); // one that takes the signal clears the state
     return true;
 }
 
-bool uEvent::offerToListeners()
+void uEvent::offerToListeners()
 {
     uMutexGuard const guard(m_listenerLock);
-    return std::any_of(m_listeners.begin(), m_listeners.end(),
-                       [this](uEventListener* listener) { return listener->WakeUp(this); });
+    for (uEventListener* listener : m_listeners) {
+        if (listener->WakeUp(this))
+            return;
+    }
 }
 
 bool uEvent::Reset()

@@ -4,7 +4,7 @@
 /// Reset, except that one Set releases every thread blocked in Wait at that moment. A Set that
 /// meets a thread in Wait tells no listener, even if that thread is just timing out: wait for an
 /// event in one way, directly or through listeners. The event must outlive every call, and every
-/// uEventListener that was given it.
+/// uEventListener that was given it. Only AddListener throws, and only for want of memory.
 #pragma once
 
 #include "util/export.h"
@@ -54,7 +54,7 @@ private:
 
     /// Clears the event; true when it was set. The one way of consuming a signal.
     bool consume() { return m_state.exchange(false); }
-    bool offerToListeners();
+    void offerToListeners();
 
     std::atomic<bool> m_state;
     int m_waiters = 0;

@@ -11,20 +11,30 @@ uEventListener::uEventListener(uEvent** events, int count) : m_count(count)
 {
     if (events != nullptr && m_count > 0)
         m_events.assign(events, events + m_count);
-    for (uEvent* event : m_events) {
-        if (event != nullptr)
-            event->AddListener(this);
+    try {
+        for (uEvent* event : m_events) {
+            if (event != nullptr)
+                event->AddListener(this);
+        }
+    } catch (...) {
+        leaveEvents();
+        throw;
     }
 }
 
 uEventListener::~uEventListener()
 {
-    for (uEvent* event : m_events) {
-        if (event != nullptr)
-            event->DeleteListener(this);
-    }
+    leaveEvents();
     pthread_mutex_destroy(&m_mutex);
     pthread_cond_destroy(&m_condition);
+}
+
+void uEventListener::leaveEvents()
+{
+    for (uEvent* event : m_events) {
+        if (event != nullptr)
+            event->DeleteListener(this); // false where it was not registered
+    }
 }
 
 int uEventListener::Wait(unsigned int timeoutMs)
@@ -33,7 +43,7 @@ int uEventListener::Wait(unsigned int timeoutMs)
     PosixLockGuard const guard(m_mutex);
     // Counted before the scan: a Set that comes after the scan finds this thread and wakes it, one
     // that came before has left its event set for the scan to find.
-    ++m_waiters;
+    WaiterCount const counted(m_waiters);
     m_wokenIndex = -1;
     int index = consumeSetEvents();
     m_satisfied = index >= 0;
@@ -41,7 +51,6 @@ int uEventListener::Wait(unsigned int timeoutMs)
         waitOnCondition(m_condition, m_mutex, timeoutMs);
         index = m_wokenIndex; // -1 unless WakeUp has come, even if the time was over just then
     }
-    --m_waiters;
     return index;
 }
 
@@ -54,10 +63,11 @@ bool uEventListener::WakeUp(uEvent* event)
     // run yet can report only one event. The event then stays set for the next Wait.
     if (m_waiters == 0 || m_wokenIndex >= 0)
         return false;
-    m_satisfied = firstSetEvent() >= 0;
+    bool const isSatisfied = firstSetEvent() >= 0; // UpdateState may change the field meanwhile
+    m_satisfied = isSatisfied;
     // Consumed here and not only by Set, which goes on without this lock: the woken thread could
     // wait again and find the same signal a second time.
-    if (!m_satisfied || !event->consume())
+    if (!isSatisfied || !event->consume())
         return false;
     m_wokenIndex = lastIndexOf(event);
     pthread_cond_broadcast(&m_condition);

@@ -2,7 +2,7 @@
 ///
 /// The events belong to the caller and must outlive the listener. Any thread may call any
 /// operation, but only one at a time may be inside Wait; the destructor must not run while another
-/// thread is inside one.
+/// thread is inside one. Only the constructor throws, and only for want of memory.
 #pragma once
 
 #include "util/export.h"
@@ -40,6 +40,7 @@ public:
     int UpdateState();
 
 private:
+    void leaveEvents();
     int firstSetEvent() const;
     int lastIndexOf(uEvent const* event) const;
     int consumeSetEvents();

@@ -1,5 +1,6 @@
 #include "util/usocket.h"
 
+#include "util/descriptor.h"
 #include "util/usocket_error.h"
 
 #include <arpa/inet.h>
@@ -89,7 +90,7 @@ bool uSocket::IsDescriptorTooLarge() const
 bool uSocket::openDescriptor()
 {
     Close();
-    m_descriptor = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    m_descriptor = aboveStandardStreams(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
     if (m_descriptor == -1)
         return false;
     if (!IsDescriptorTooLarge())
@@ -151,9 +152,9 @@ uSocket* uSocket::AcceptClient()
     sockaddr_in peer{};
     socklen_t size = sizeof peer;
     auto accepted = std::make_unique<uSocket>();
-    accepted->m_descriptor = uninterrupted([&] {
+    accepted->m_descriptor = aboveStandardStreams(uninterrupted([&] {
         return accept4(m_descriptor, reinterpret_cast<sockaddr*>(&peer), &size, SOCK_CLOEXEC);
-    });
+    }));
     if (accepted->IsDescriptorTooLarge()) {
         accepted->Close();
         errno = EMFILE;

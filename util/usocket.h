@@ -83,17 +83,17 @@ public:
 
     int GetDescriptor() const { return m_descriptor; } ///< -1 when closed or not yet open.
 
-    /// Whether an attempt failed because its descriptor cannot be given to select(2).
+    /// Whether ServerCreate or ClientCreate failed because its descriptor cannot be given to
+    /// select(2).
     bool IsDescriptorTooLarge() const;
+
     unsigned int GetLocalPort() const { return m_localPort; }
-    unsigned int GetRemotePort() const
-    {
-        return m_remotePort;
-    } ///< A listening socket: its own port.
-    char const* GetHost() const
-    {
-        return m_host.c_str();
-    } ///< The peer's address; "" when listening.
+
+    /// A listening socket: its own port.
+    unsigned int GetRemotePort() const { return m_remotePort; }
+
+    /// The peer's address; "" when listening.
+    char const* GetHost() const { return m_host.c_str(); }
 
     /// The text of the last failure, never cleared by a success; valid until the next failure.
     char const* GetLastErrorText() const { return m_lastError.c_str(); }

@@ -8,13 +8,13 @@
 namespace KORVA {
 namespace {
 
-struct ErrorText
+struct ErrnoText
 {
     int error;
     char const* text;
 };
 
-constexpr ErrorText errorTexts[] = {
+constexpr ErrnoText errorTexts[] = {
     {EWOULDBLOCK, "Operation would have blocked (EWOULDBLOCK/EGAIN)"},
     {EINVAL, "Invalid parameter (EIVAL)"},
     {EPIPE, "Broken pipe (EPIPE)"},
@@ -57,7 +57,7 @@ std::string socketErrorText(int error)
 {
     auto const* const found =
         std::find_if(std::begin(errorTexts), std::end(errorTexts),
-                     [error](ErrorText const& e) { return e.error == error; });
+                     [error](ErrnoText const& e) { return e.error == error; });
     if (found != std::end(errorTexts))
         return found->text;
     char text[64];

@@ -37,8 +37,8 @@ public:
 
     /// Splits at the first occurrence of the whole delimiter text and returns 2; without one, left
     /// is the whole text, right is empty, and the result is 1, or 0 for an empty text. An empty
-    /// delimiter occurs at once: left is empty, right the whole text. left or
-    /// right may be the string that text points into. Throws for a null text or delimiter.
+    /// delimiter occurs at once: left is empty, right the whole text. left or right may be the
+    /// string that text points into. Throws for a null text or delimiter.
     static int Split(char const* text, std::string& left, std::string& right,
                      char const* delimiter);
 

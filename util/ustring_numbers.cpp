@@ -79,7 +79,7 @@ std::string& uString::FromDouble(std::string& out, double value, char const* for
 
 std::string& uString::FromLong(long value, std::string& out, bool append, char const* format)
 {
-    return formatTo(out, append, format == nullptr ? "%ld" : format, value);
+    return formatTo(out, append, format == nullptr ? "%ld" : format, value); // value is no int
 }
 
 std::string& uString::FromLong(std::string& out, long value, char const* format)

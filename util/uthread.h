@@ -31,9 +31,9 @@ enum ThreadPriority : int {
 };
 
 /// The thread is detached: nothing joins it, and the object and its runnable must outlive the run.
-/// The run is over when WaitUntilFinished has returned true or GetHandle returns 0; the object may
-/// then be started again or destroyed. Any thread may call any operation, but only one at a time
-/// WaitUntilFinished.
+/// The run is over when GetHandle returns 0; the object may then be started again or destroyed.
+/// WaitUntilFinished returning true means so too, save for a wake-up without cause, see
+/// uEvent::Wait. Any thread may call any operation, but only one at a time WaitUntilFinished.
 class KORVA_API uThread
 {
 public:

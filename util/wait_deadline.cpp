@@ -4,6 +4,8 @@
 
 namespace KORVA {
 
+namespace {
+
 timespec waitDeadline(unsigned int timeoutMs)
 {
     constexpr long NanosecondsPerSecond = 1'000'000'000L;
@@ -17,6 +19,8 @@ timespec waitDeadline(unsigned int timeoutMs)
     deadline.tv_nsec = nanoseconds % NanosecondsPerSecond;
     return deadline;
 }
+
+} // namespace
 
 bool waitOnCondition(pthread_cond_t& condition, pthread_mutex_t& mutex, unsigned int timeoutMs)
 {

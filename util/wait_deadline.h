@@ -1,19 +1,15 @@
 #pragma once
 
-#include <cstdint>
 #include <pthread.h>
-#include <time.h>
 
 namespace KORVA {
 
 /// A time-out of this many milliseconds means a wait without limit.
 constexpr unsigned int NoTimeLimit = 0xFFFFFFFFU;
 
-/// Now plus timeoutMs on the wall clock that gettimeofday reads and condition variables wait by.
-timespec waitDeadline(unsigned int timeoutMs);
-
-/// One wait on a condition, without limit for NoTimeLimit, else until waitDeadline(timeoutMs).
-/// Returns true when the thread was woken, for whatever reason, and false on time-out or error.
+/// One wait on a condition, without limit for NoTimeLimit, else until timeoutMs from now on the
+/// wall clock that gettimeofday reads and condition variables wait by. Returns true when the thread
+/// was woken, for whatever reason, and false on time-out or error.
 bool waitOnCondition(pthread_cond_t& condition, pthread_mutex_t& mutex, unsigned int timeoutMs);
 
 /// Holds a system mutex from construction to destruction.
@@ -30,6 +26,20 @@ public:
 
 private:
     pthread_mutex_t& m_mutex;
+};
+
+/// Counts a thread among the waiting ones from construction to destruction, cancelled or not.
+template <typename Counter>
+class WaiterCount
+{
+public:
+    explicit WaiterCount(Counter& counter) : m_counter(counter) { ++m_counter; }
+    ~WaiterCount() { --m_counter; }
+    WaiterCount(WaiterCount const&) = delete;
+    WaiterCount& operator=(WaiterCount const&) = delete;
+
+private:
+    Counter& m_counter;
 };
 
 } // namespace KORVA

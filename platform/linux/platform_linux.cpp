@@ -1,5 +1,7 @@
 #include "platform/platform.h"
 
+#include "util/descriptor.h"
+
 #include <fcntl.h>
 #include <linux/i2c-dev.h>
 #include <sys/ioctl.h>
@@ -15,7 +17,7 @@ std::string path(char const* boxPath)
 
 int openDevice(char const* boxPath, int flags)
 {
-    return open(boxPath, flags | O_CLOEXEC);
+    return aboveStandardStreams(open(boxPath, flags | O_CLOEXEC));
 }
 
 int bindDevice(int descriptor, unsigned int address)

@@ -66,11 +66,14 @@ std::string absoluteOnce(std::string const& named)
     static std::mutex mutex;
     static char lastNamed[PATH_MAX];
     static char lastAbsolute[PATH_MAX];
-    std::string const absolute = fs::absolute(named).lexically_normal().string();
-    if (named.size() >= PATH_MAX || absolute.size() >= PATH_MAX)
-        refuse(named, std::strerror(ENAMETOOLONG));
     std::lock_guard<std::mutex> const guard(mutex);
     if (named != lastNamed) {
+        std::error_code error;
+        std::string const absolute = fs::absolute(named, error).lexically_normal().string();
+        if (error)
+            refuse(named, error.message());
+        if (named.size() >= PATH_MAX || absolute.size() >= PATH_MAX)
+            refuse(named, std::strerror(ENAMETOOLONG));
         lastNamed[named.copy(lastNamed, PATH_MAX - 1)] = '\0';
         lastAbsolute[absolute.copy(lastAbsolute, PATH_MAX - 1)] = '\0';
     }
@@ -95,6 +98,17 @@ std::string wantedRoot()
     return root;
 }
 
+/// Refuses the box for the reason in errno when the file could not be opened or changed.
+void closeOrRefuse(int file, bool isDone, std::string const& path)
+{
+    int const error = errno;
+    if (file != -1)
+        close(file);
+    errno = error;
+    if (!isDone)
+        refuseWithErrno(path);
+}
+
 /// Gives a device's state file its content without replacing the file, which programs may have
 /// open.
 void setState(std::string const& path, std::string const& content)
@@ -102,9 +116,7 @@ void setState(std::string const& path, std::string const& content)
     int const file = open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
     bool const written = file != -1 && pwrite(file, content.data(), content.size(), 0) ==
                                            static_cast<ssize_t>(content.size());
-    close(file);
-    if (!written)
-        refuseWithErrno(path);
+    closeOrRefuse(file, written, path);
 }
 
 /// The physical memory, all zero, and never shorter than it is: programs may have it mapped.
@@ -114,20 +126,17 @@ void clearMemory(std::string const& path)
     bool const cleared =
         file != -1 && ftruncate(file, memoryBytes) == 0 &&
         fallocate(file, FALLOC_FL_PUNCH_HOLE | FALLOC_FL_KEEP_SIZE, 0, memoryBytes) == 0;
-    close(file);
-    if (!cleared)
-        refuseWithErrno(path);
+    closeOrRefuse(file, cleared, path);
 }
 
 void pokeMemory(std::string const& root, std::uint64_t address, std::uint16_t value)
 {
-    int const memory = open((root + "/dev/mem").c_str(), O_WRONLY | O_CLOEXEC);
+    std::string const path = root + "/dev/mem";
+    int const memory = open(path.c_str(), O_WRONLY | O_CLOEXEC);
     unsigned char const bytes[] = {static_cast<unsigned char>(value),
                                    static_cast<unsigned char>(value >> 8)};
     ssize_t const written = pwrite(memory, bytes, sizeof bytes, static_cast<off_t>(address));
-    close(memory);
-    if (written != sizeof bytes)
-        refuseWithErrno(root);
+    closeOrRefuse(memory, written == sizeof bytes, path);
 }
 
 /// Everything a new box holds, in a directory that is not in use yet.

@@ -3,6 +3,7 @@
 #include "platform/simulated/box_files.h"
 #include "platform/simulated/fault_state.h"
 #include "platform/simulated/i2c_devices.h"
+#include "util/descriptor.h"
 
 #include <algorithm>
 #include <array>
@@ -20,8 +21,8 @@ namespace {
 /// An open I2C node of this process.
 struct OpenNode
 {
-    int descriptor; ///< of the device's state file; what the caller has; 0: the place is free
-    I2cDevice const* device;
+    int descriptor;          ///< of the device's state file; what the caller has
+    I2cDevice const* device; ///< null: the place is free
     int root;
     unsigned int boundAddress; ///< 0: not bound
 };
@@ -147,7 +148,7 @@ int openDevice(char const* boxPath, int flags)
         return -1;
     }
     I2cDevice const* const device = i2cDeviceAt(boxPath);
-    int const descriptor = open((root + boxPath).c_str(), flags | O_CLOEXEC);
+    int const descriptor = aboveStandardStreams(open((root + boxPath).c_str(), flags | O_CLOEXEC));
     if (descriptor == -1 || device == nullptr || rememberNode(descriptor, device, root))
         return descriptor;
     close(descriptor);

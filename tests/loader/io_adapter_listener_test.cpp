@@ -19,7 +19,13 @@ namespace {
 class Logger final : public DTC_Logger
 {
 public:
-    void log_info(char const* /*format*/, ...) override { std::puts("(listening)"); }
+    void log_info(char const* format, ...) override
+    {
+        va_list arguments;
+        va_start(arguments, format);
+        std::vprintf(format, arguments);
+        va_end(arguments);
+    }
     void log_error(char const* format, ...) override
     {
         va_list arguments;
@@ -51,11 +57,36 @@ TEST_F(ListenerTest, LeavesOutWhatFailsAndSaysSo)
          {"Load of missing_io.so failed", "Load of _io.so failed", "failure 1",
           "Load of _io.so failed", "Load of b\\\\.\\c_io.so failed"})
         expected += text + " (logged)\n" + text + "\n";
-    expected += "No connections exist for refused\n(listening)\n"
+    expected += "No connections exist for refused\nListening to 0 connections\n"
                 "Load of missing_io.so failed (logged)\nLoad of missing_io.so failed\n";
     EXPECT_EQ(testing::internal::GetCapturedStdout(), expected);
     EXPECT_EQ(takeLog(), "one create 10\none open  refused\none unloaded\n"
                          "two create 10\ntwo open  \n");
+}
+
+TEST_F(ListenerTest, LeavesNothingOpenWhenMemoryRunsOut)
+{
+    IOAdapterListener listener(devices, "s", logger);
+    bool added = false;
+    for (int granted = 0; !added && granted < 100; ++granted) {
+        memoryRequestsLeft = granted;
+        try {
+            added = listener.add_connection(ADAPTERS "one0", "s", logger);
+        } catch (std::bad_alloc const&) {
+        }
+        memoryRequestsLeft = -1;
+    }
+    std::string const log = takeLog();
+    auto const count = [&log](std::string const& what) {
+        std::size_t times = 0;
+        for (std::size_t at = 0; (at = log.find(what, at)) != std::string::npos; ++at)
+            ++times;
+        return times;
+    };
+    EXPECT_GE(count("close"), 4U)
+        << "twice without memory for the connection, twice for the record";
+    EXPECT_EQ(count("open"), count("close") + 1);
+    EXPECT_EQ(listener.connection_count(), 1U);
 }
 
 TEST_F(ListenerTest, SharesTheTimeOutInTheOrderOfTheDevices)

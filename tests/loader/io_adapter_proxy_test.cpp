@@ -32,24 +32,27 @@ TEST_F(ProxyTest, SaysWhatALibraryLacks)
     IOAdapterLibraryInterface table;
     IOAdapterProxy_Connection connection(&table, table);
     auto* state = reinterpret_cast<DTC_IO_LOADERIF*>(&word);
+    auto const ofProxy = [&] { return proxy.get_error(); };
+    auto const ofConnection = [&] { return connection.get_error(); };
     struct
     {
         std::function<DTC_IO_STATUS()> call;
         DTC_IO_STATUS status;
         std::string error;
-    } const cases[] = {{[&] { return proxy.get_status(); }, 3, "DTC_Get_Status"},
-                       {[&] { return proxy.create("", 0) != nullptr; }, 0, "DTC_IO_Create"},
-                       {[&] { return proxy.open("", "") != nullptr; }, 0, "DTC_IO_Open"},
-                       {[&] { return connection.get_local_id(&word); }, -1, "DTC_IO_Local_Id"},
-                       {[&] { return connection.receive_ready(0); }, -1, "DTC_IO_Receive_Ready"},
-                       {[&] { return connection.receive(&word, &word, &word, 4, &word, 0); }, -1,
-                        "DTC_IO_Receive"},
-                       {[&] { return connection.send(0, 0, &word, 4, &word); }, -1, "DTC_IO_Send"},
-                       {[&] { return connection.get_state(&state); }, 0, "DTC_IO_Get_State"}};
+        std::function<std::string()> failed;
+    } const cases[] = {
+        {[&] { return proxy.get_status(); }, 3, "DTC_Get_Status", ofProxy},
+        {[&] { return proxy.create("", 0) != nullptr; }, 0, "DTC_IO_Create", ofProxy},
+        {[&] { return proxy.open("", "") != nullptr; }, 0, "DTC_IO_Open", ofProxy},
+        {[&] { return connection.get_local_id(&word); }, -1, "DTC_IO_Local_Id", ofConnection},
+        {[&] { return connection.receive_ready(0); }, -1, "DTC_IO_Receive_Ready", ofConnection},
+        {[&] { return connection.receive(&word, &word, &word, 4, &word, 0); }, -1, "DTC_IO_Receive",
+         ofConnection},
+        {[&] { return connection.send(0, 0, &word, 4, &word); }, -1, "DTC_IO_Send", ofConnection},
+        {[&] { return connection.get_state(&state); }, 0, "DTC_IO_Get_State", ofConnection}};
     for (auto const& c : cases) {
         EXPECT_EQ(c.call(), c.status) << c.error;
-        EXPECT_EQ((&c < cases + 3 ? proxy.get_error() : connection.get_error()),
-                  "Function " + c.error + "() not found");
+        EXPECT_EQ(c.failed(), "Function " + c.error + "() not found");
     }
     EXPECT_EQ(word, 5U);
     EXPECT_EQ(state, reinterpret_cast<DTC_IO_LOADERIF*>(&word));

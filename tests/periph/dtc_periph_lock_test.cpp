@@ -52,6 +52,22 @@ TEST(LockTest, IsAFileAndAMutex)
     acquired.get();
     EXPECT_NE(access(file.c_str(), F_OK), 0);
     LockHold const again(lock, 10, 10);
+    EXPECT_THROW(lock.acquire(10, 10), Exception); // which gives up what the object held
+    EXPECT_NE(access(file.c_str(), F_OK), 0);
+}
+
+TEST(LockTest, FailsWithATextThatNamesThePlaceAndTheReason)
+{
+    for (char const* const name : {"", static_cast<char const*>(nullptr)})
+        EXPECT_THAT([=] { LOCK lock(name); },
+                    testing::ThrowsMessage<Exception>(
+                        testing::MatchesRegex("dtc_periph_lock.[0-9]+. : operation failed : "
+                                              "null lock name")));
+    EXPECT_STREQ(Exception("f", 7, UnmapFailed, nullptr).what(),
+                 "f(7) : unable to unmap virtual address");
+    EXPECT_STREQ(Exception(nullptr, 7, InvalidCallSequence, "d").what(),
+                 "invalid call sequence : d");
+    EXPECT_STREQ(Exception(nullptr, 7, Status(7), nullptr).what(), "unknown status");
 }
 
 TEST(LockTest, WaitsWithoutWorkingForAHolderThatWasKilled)

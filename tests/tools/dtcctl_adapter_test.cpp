@@ -123,7 +123,7 @@ TEST(DtcctlAdapterTest, ListensOnSeveralDevices)
     setenv("LD_LIBRARY_PATH", LIBRARY_DIRECTORY, 1);
     Child listening({PROGRAM_DIRECTORY "dtcctl", "listen", "absent0", "skylark0", "example0"});
     ASSERT_TRUE(listening.waitForOutput("Listening to 2 connections\n"));
-    EXPECT_THAT(listening.output(), HasSubstr("dtcctl: Load of absent_io.so failed\n"));
+    EXPECT_THAT(listening.output(), HasSubstr("Load of absent_io.so failed\n"));
     Child sending({PROGRAM_DIRECTORY "dtcctl", "send", "127.0.0.1", "hello", "--tag", "9"});
     EXPECT_EQ(sending.wait(), 0);
     EXPECT_THAT(sending.output(), HasSubstr("reply: 5 bytes, tag 9\n"));

@@ -1,4 +1,5 @@
 #include "tests/tools/dtcctl_child.h"
+#include "tools/dtcctl_round_trips.h"
 
 using namespace testing_support;
 using testing::ContainsRegex;
@@ -35,9 +36,9 @@ TEST(DtcctlTest, ServesSendsAndPings)
 
 TEST(DtcctlTest, SaysWhatFailed)
 {
-    char const* const refused = "cannot open dtc_io at 0x7F000001: Error on socket connect: "
+    char const* const refused = "cannot open dtc_io at localhost: Error on socket connect: "
                                 "Connection refused (ECONNREFUSED): Check the IP address";
-    EXPECT_THAT(dtcctl("send 127.0.0.1 x", 1), HasSubstr(refused));
+    EXPECT_THAT(dtcctl("send localhost x", 1), HasSubstr(refused));
     EXPECT_THAT(dtcctl("send 127.0.0.1 --file /nonexistent", 1),
                 HasSubstr("cannot open /nonexistent: No such file or directory"));
     Child silent(commandLine(words("serve --service dtc_conf --reply none --count 2")));
@@ -56,11 +57,39 @@ TEST(DtcctlTest, RefusesWrongUse)
     for (char const* wrong : {"", "juggle", "send", "send 127.0.0.1", "send 127.0.0.1 x --tag -1",
                               "send 127.0.0.1:55755 x", "send 10.0.0 x", "send a: x",
                               "send box:b x", "send 1.2.3.4.5 x", "send 127.0.0.1 x --file y",
-                              "serve --service dtc", "ping 127.0.0.1 -s 0"})
+                              "serve --service dtc", "ping 127.0.0.1 -s 0", "ping 127.0.0.1 -i nan",
+                              "send localhost:1 x", "who ::1", "who 12abc", "who 0x1G"})
         EXPECT_NE(dtcctl(wrong, 2), "") << wrong << ": it must say why";
     EXPECT_NE(dtcctl({"send", "127.0.0.1", ""}, 2), "");
+    EXPECT_THAT(dtcctl("juggle", 2), HasSubstr("dtcctl: \"juggle\": no such subcommand"));
     EXPECT_THAT(dtcctl("--help"), HasSubstr("ping"));
     EXPECT_THAT(dtcctl("--version"), ContainsRegex("dtcctl [0-9]+\\."));
+}
+
+TEST(DtcctlTest, LosesNoOutput)
+{
+    auto const inShell = [](std::string const& command) {
+        Child shell({"/bin/sh", "-c", "exec " PROGRAM_DIRECTORY "dtcctl " + command});
+        int const status = shell.wait();
+        EXPECT_THAT(shell.output(), HasSubstr("cannot write standard output: "));
+        return status;
+    };
+    EXPECT_EQ(inShell("vars list >/dev/full"), 1);
+    // Closed, it is no place for a device: the output would go into the box's memory.
+    std::string const before = boxFile("/dev/mem").substr(0, 4096);
+    EXPECT_EQ(inShell("vars list >&-"), 1);
+    EXPECT_EQ(boxFile("/dev/mem").substr(0, 4096), before);
+}
+
+TEST(DtcctlTest, SumsRoundTripsUp)
+{
+    dtcctl::RoundTrips times;
+    for (double const milliseconds : {3.0, 1.0, 5.0, 7.0})
+        times.add(milliseconds);
+    EXPECT_EQ(times.minimum(), 1);
+    EXPECT_EQ(times.maximum(), 7);
+    EXPECT_DOUBLE_EQ(times.average(), 4);
+    EXPECT_DOUBLE_EQ(times.deviation() * times.deviation(), 5);
 }
 
 TEST(ExamplesTest, TalkToEachOther)

@@ -1,6 +1,8 @@
 #include "util/uevent.h"
 #include "util/uevent_listener.h"
 
+#include <algorithm>
+#include <atomic>
 #include <gtest/gtest.h>
 #include <thread>
 
@@ -22,16 +24,46 @@ TEST(EventTest, IsConsumedByOneWait)
     EXPECT_TRUE(event.Reset() && !event.IsSet());
 }
 
+// A waiter that was not blocked yet at the Set takes a later one; a round in which all were shows
+// it.
 TEST(EventTest, OneSetReleasesEveryWaiterBlockedAtThatMoment)
 {
     uEvent event(false);
-    std::atomic<int> released{0};
-    auto const wait = [&] { released += event.Wait(forever) ? 1 : 0; };
-    std::thread waiters[] = {std::thread(wait), std::thread(wait), std::thread(wait)};
-    while (released < 3) // a waiter that was not blocked yet takes a later Set
+    int setsOfBestRound = 3;
+    for (int round = 0; round < 500 && setsOfBestRound > 1; ++round) {
+        std::atomic<int> released{0};
+        auto const wait = [&] { released += event.Wait(forever) ? 1 : 0; };
+        std::thread waiters[] = {std::thread(wait), std::thread(wait), std::thread(wait)};
+        int sets = 0;
+        for (; released < 3; ++sets) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(2));
+            event.Set();
+            for (int looks = 0; released < 3 && looks < 100; ++looks)
+                std::this_thread::sleep_for(std::chrono::microseconds(100));
+        }
+        for (std::thread& waiter : waiters)
+            waiter.join();
+        setsOfBestRound = std::min(setsOfBestRound, sets);
+        event.Reset();
+    }
+    EXPECT_EQ(setsOfBestRound, 1);
+}
+
+TEST(EventTest, ForgetsAWaiterThatIsCancelled)
+{
+    uEvent event(false);
+    uEvent* events[] = {&event};
+    uEventListener listener(events, 1);
+    std::thread cancelled([&] { event.Wait(forever); });
+    std::this_thread::sleep_for(std::chrono::milliseconds(20)); // it may be cancelled before, too
+    pthread_cancel(cancelled.native_handle());
+    cancelled.join();
+    std::thread setter([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
         event.Set();
-    for (std::thread& waiter : waiters)
-        waiter.join();
+    });
+    EXPECT_EQ(listener.Wait(30'000), 0);
+    setter.join();
 }
 
 TEST(EventTest, TimesOutNoEarlierThanAsked)
@@ -94,6 +126,31 @@ TEST(EventListenerTest, LosesNoWakeUp)
     }
     server.join();
     EXPECT_GT(atLastPlace, 0);
+}
+
+// Both events are set while the listener waits: it may report one of them only, and the other one
+// must stay set for its next wait.
+TEST(EventListenerTest, TakesOneOfTwoEventsThatWakeIt)
+{
+    uEvent a(false);
+    uEvent b(false);
+    uEvent* events[] = {&a, &b};
+    uEventListener listener(events, 2);
+    std::atomic<int> taken[2] = {};
+    std::thread server([&] {
+        for (int index = listener.Wait(forever); taken[0] < 300; index = listener.Wait(forever))
+            ++taken[index];
+    });
+    for (int round = 1; round <= 300; ++round) {
+        std::this_thread::sleep_for(std::chrono::microseconds(200));
+        a.Set();
+        b.Set();
+        for (int looks = 0; taken[0] < round && looks < 50'000; ++looks)
+            std::this_thread::sleep_for(std::chrono::microseconds(100));
+        ASSERT_GE(taken[0], round) << "the first event was lost";
+    }
+    a.Set(); // the last wait
+    server.join();
 }
 
 // Set arrives around the moment at which the wait times out: the wait takes it, or it stays set.

@@ -12,6 +12,7 @@ TEST(MutexTest, IsReentrantForItsOwnerAndClosedToOthers)
     uMutex mutex;
     EXPECT_FALSE(mutex.Unlock()) << "free, so this thread does not own it";
     EXPECT_TRUE(mutex.Lock() && mutex.Lock());
+    EXPECT_EQ(mutex.GetOwnerThreadHandle(), pthread_self());
     std::thread([&] { EXPECT_FALSE(mutex.Unlock()); }).join();
     EXPECT_TRUE(mutex.Unlock());
     EXPECT_TRUE(mutex.IsLocked()) << "one level is left";

@@ -1,10 +1,12 @@
 #include "tests/support/descriptors.h"
+#include "tests/support/signal_storm.h"
 #include "util/usocket.h"
 
 #include <gtest/gtest.h>
 #include <memory>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
+#include <sys/socket.h>
 
 using KORVA::uSocket;
 using namespace testing_support;
@@ -16,12 +18,18 @@ class SocketTest : public testing::Test
 {
 protected:
     uSocket listening;
-    unsigned int const created = listening.ServerCreate(0);
-    unsigned int const port = listening.GetLocalPort();
+    void SetUp() override
+    {
+        ASSERT_EQ(listening.ServerCreate(0), 0U) << listening.GetLastErrorText();
+        port = listening.GetLocalPort();
+        ASSERT_EQ(client.ClientCreate("127.0.0.1", port + 0x10000), 0U) << "16 bits count";
+        accepted.reset(listening.AcceptClient());
+        ASSERT_NE(accepted, nullptr);
+    }
+
+    unsigned int port = 0;
     uSocket client;
-    unsigned int const connected =
-        client.ClientCreate("127.0.0.1", port + 0x10000); // 16 bits count
-    std::unique_ptr<uSocket> accepted{listening.AcceptClient()};
+    std::unique_ptr<uSocket> accepted;
     unsigned char bytes[64] = {};
     unsigned int count = 99;
 };
@@ -66,6 +74,25 @@ TEST_F(SocketTest, SaysWhyItFailed)
         EXPECT_EQ(client.getLastSockErr("p"), static_cast<unsigned int>(error));
         EXPECT_STREQ(client.GetLastErrorText(), text);
     }
+}
+
+// The connection waits for room in the backlog while signals come.
+TEST_F(SocketTest, ConnectsWhateverSignalsCome)
+{
+    ASSERT_EQ(listen(listening.GetDescriptor(), 0), 0); // a shorter backlog, which one peer fills
+    uSocket peer;
+    ASSERT_EQ(peer.ClientCreate("127.0.0.1", port), 0U);
+    std::unique_ptr<uSocket> ends[2];
+    std::thread accepter([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        for (std::unique_ptr<uSocket>& end : ends)
+            end.reset(listening.AcceptClient());
+    });
+    SignalStorm const storm;
+    uSocket late;
+    EXPECT_EQ(late.ClientCreate("127.0.0.1", port), 0U) << late.GetLastErrorText();
+    EXPECT_GT(SignalStorm::handled(), 0U);
+    accepter.join();
 }
 
 } // namespace

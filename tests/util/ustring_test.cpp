@@ -67,10 +67,13 @@ TEST(StringTest, FormatsNumbersAndScalesThem)
     for (auto const& [value, symbol, text] : cases)
         EXPECT_EQ(uString::FromDoubleInEngrUnits(out = "", value, "%.6g", symbol), text);
     EXPECT_EQ(KORVA::uEngineeringUnits::yobi, KORVA::uEngineeringUnits::zebi * 1024);
+}
+
+TEST(BuildInfoTest, ReadsAsHostToolsParseIt)
+{
     EXPECT_THAT(std::string(KORVA::buildVersion) + "|" + KORVA::buildTime,
                 testing::MatchesRegex("([0-9]+\\.){3}[0-9]+\\|[A-Z][a-z][a-z] [ 1-3][0-9] [0-9]{4} "
-                                      "[0-9]{2}:[0-9]{2}:[0-9]{2}"))
-        << "as host tools parse them";
+                                      "[0-9]{2}:[0-9]{2}:[0-9]{2}"));
 }
 
 TEST(StringTest, ReadsNumbers)

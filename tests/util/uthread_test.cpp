@@ -47,4 +47,24 @@ TEST(ThreadTest, RunsAgainAndAgainAndReportsItsEnd)
     EXPECT_FALSE(thread.WaitUntilFinished(forever)) << "ended already";
 }
 
+TEST(ThreadTest, MayBeStartedAgainOrDestroyedAsSoonAsItHasEnded)
+{
+    for (int i = 0; i < 200; ++i) {
+        Task task;
+        uThread thread(&task, PriorityNormal, 0);
+        task.go.Set();
+        ASSERT_TRUE(thread.Start());
+        while (thread.GetHandle() != 0)
+            uThread::Yield();
+        if (i > 0)
+            continue;
+        ASSERT_TRUE(thread.Start());
+        EXPECT_FALSE(thread.WaitUntilFinished(20))
+            << "the end of the first run is not the second's";
+        task.go.Set();
+        while (thread.GetHandle() != 0)
+            uThread::Yield();
+    }
+}
+
 } // namespace
