@@ -35,6 +35,7 @@ gives() {
     output=$(printf '%s' "$output" | sed 's|20[2-9]./../.. ..:..:..|NOW|; s|\(2013/.*:\)[0-9][0-9]|\1SS|')
     same "dtcctl $*" "$wanted" "$status: $output"
 }
+line() { tr '\n' ' ' | sed 's/ $//'; }
 # The lines that a log has gained since the last call; of transfers without time and process.
 new() {
     sed 's/^....-..-.. [^ ]* [0-9]* //' "/log/$1.log"
