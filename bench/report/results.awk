@@ -15,6 +15,7 @@ function row(name, median, unit, ratio, of) {
 
 function report(   name, part) {
     if (v["aggregate_name"] != "median" && v["run_type"] != "iteration") return
+    if (v["allocations"] > allocations) allocations = v["allocations"]
     name = v["run_name"]
     gsub(/\/(manual_time|real_time|iterations:[0-9]+|repeats:[0-9]+)/, "", name)
     if (split(name, part, "/") > 1 && part[2] ~ /^[0-9]+$/) name = part[1] " " bytes(part[2])
@@ -32,3 +33,4 @@ function report(   name, part) {
 /^ *\{/ { split("", v); next }
 /^ *\}/ { if ("run_name" in v) report(); split("", v); next }
 /": / { key = $0; sub(/^ *"/, "", key); sub(/":.*/, "", key); v[key] = text($0) }
+END { if (suite == "messages") row("a run of thousands of messages", allocations, "allocations") }
