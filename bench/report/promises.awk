@@ -11,6 +11,7 @@ $4 == "allocations" { allocations = $3; measured = 1 }
 $1 == "calls" { calls = $3; ratio = $5; ++counted }
 END {
     check(measured && allocations < 100, "messages allocate nothing (" allocations " in a run, the benchmark's own)")
-    check(counted && calls == 10 && ratio == 1, "a round trip costs ten system calls, as over plain sockets (" calls ")")
+    # Setting up takes a call more or less from one run to the other.
+    check(counted && calls > 9.99 && calls < 10.01 && ratio > 0.999 && ratio < 1.001, "a round trip costs ten system calls, as over plain sockets (" calls ")")
     exit broken
 }
