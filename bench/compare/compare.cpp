@@ -159,7 +159,7 @@ private:
 
 int main(int argc, char** argv)
 {
-    bench::TemporaryBox const temporaryBox; // for the library's processes
+    static bench::TemporaryBox const temporaryBox; // for the library's processes
     unsigned int rounds = 9;
     unsigned int turns = 20;
     std::vector<std::string> programs;
