@@ -13,12 +13,13 @@ template <typename Road>
 void exchange(unsigned long count, unsigned int size)
 {
     std::vector<unsigned int> buffer(size / sizeof(unsigned int) + 1);
-    Road road;
+    typename Road::Server server;
+    typename Road::Client client(server.port());
     for (unsigned long i = 0; i < count; ++i) {
-        road.clientSend(1, buffer.data(), size);
-        road.serverReceive(buffer.data(), size);
-        road.serverSend(1, buffer.data(), size);
-        road.clientReceive(buffer.data(), size);
+        client.send(1, buffer.data(), size);
+        server.receive(buffer.data(), size);
+        server.send(1, buffer.data(), size);
+        client.receive(buffer.data(), size);
     }
 }
 

@@ -15,47 +15,70 @@ void require(DTC_IO_STATUS status)
     std::exit(1);
 }
 
+unsigned int receiveOn(void* handle, unsigned int* sender, unsigned int* buffer, unsigned int size)
+{
+    unsigned int tag = 0;
+    unsigned int length = 0;
+    require(DTC_IO_Receive(handle, sender, &tag, buffer, size, &length, 10'000));
+    return tag;
+}
+
+void sendOn(void* handle, unsigned int receiver, unsigned int tag, unsigned int* buffer,
+            unsigned int length)
+{
+    unsigned int sent = 0;
+    require(DTC_IO_Send_V2(handle, receiver, tag, buffer, length, &sent));
+}
+
 } // namespace
 
-LibraryRoad::LibraryRoad()
+LibraryServer::LibraryServer()
 {
-    require(DTC_IO_Create("dtc_conf", 0, &m_server));
-    require(DTC_IO_Open("0x7F000001", "dtc_conf", &m_client));
+    require(DTC_IO_Create("dtc_conf", 0, &m_handle));
 }
 
-LibraryRoad::~LibraryRoad()
+LibraryServer::~LibraryServer()
 {
-    DTC_IO_Close(m_server); // first: its reset leaves no port lingering
-    DTC_IO_Close(m_client);
+    DTC_IO_Close(m_handle);
 }
 
-void LibraryRoad::clientSend(unsigned int tag, unsigned int* buffer, unsigned int length)
+unsigned int LibraryServer::port() const
 {
-    unsigned int sent = 0;
-    require(DTC_IO_Send_V2(m_client, 0, tag, buffer, length, &sent));
+    unsigned int port = 0;
+    require(DTC_IO_Local_Id(m_handle, &port));
+    return port;
 }
 
-unsigned int LibraryRoad::clientReceive(unsigned int* buffer, unsigned int size)
+unsigned int LibraryServer::receive(unsigned int* buffer, unsigned int size)
+{
+    return receiveOn(m_handle, &m_clientId, buffer, size);
+}
+
+void LibraryServer::send(unsigned int tag, unsigned int* buffer, unsigned int length)
+{
+    sendOn(m_handle, m_clientId, tag, buffer, length);
+}
+
+// The service's port is in the library's own list.
+LibraryClient::LibraryClient(unsigned int /*port*/)
+{
+    require(DTC_IO_Open("0x7F000001", "dtc_conf", &m_handle));
+}
+
+LibraryClient::~LibraryClient()
+{
+    DTC_IO_Close(m_handle);
+}
+
+unsigned int LibraryClient::receive(unsigned int* buffer, unsigned int size)
 {
     unsigned int server = 0;
-    unsigned int tag = 0;
-    unsigned int length = 0;
-    require(DTC_IO_Receive(m_client, &server, &tag, buffer, size, &length, 10'000));
-    return tag;
+    return receiveOn(m_handle, &server, buffer, size);
 }
 
-unsigned int LibraryRoad::serverReceive(unsigned int* buffer, unsigned int size)
+void LibraryClient::send(unsigned int tag, unsigned int* buffer, unsigned int length)
 {
-    unsigned int tag = 0;
-    unsigned int length = 0;
-    require(DTC_IO_Receive(m_server, &m_clientId, &tag, buffer, size, &length, 10'000));
-    return tag;
-}
-
-void LibraryRoad::serverSend(unsigned int tag, unsigned int* buffer, unsigned int length)
-{
-    unsigned int sent = 0;
-    require(DTC_IO_Send_V2(m_server, m_clientId, tag, buffer, length, &sent));
+    sendOn(m_handle, 0, tag, buffer, length);
 }
 
 } // namespace bench

@@ -1,50 +1,87 @@
 /// Two roads for the same messages on this machine: through skylark_io.so, and through a
 /// hand-written loop of the same system calls on plain sockets with the same options. Each has a
-/// server's end and a client's, for one thread each.
+/// server's end and a client's, for one thread each, or for a process each.
 #pragma once
-
-#include <cstddef>
 
 namespace bench {
 
-class LibraryRoad
+class LibraryServer
 {
 public:
-    LibraryRoad();
-    ~LibraryRoad();
-    LibraryRoad(LibraryRoad const&) = delete;
-    LibraryRoad& operator=(LibraryRoad const&) = delete;
+    LibraryServer();
+    ~LibraryServer();
+    LibraryServer(LibraryServer const&) = delete;
+    LibraryServer& operator=(LibraryServer const&) = delete;
 
-    void clientSend(unsigned int tag, unsigned int* buffer, unsigned int length);
-    unsigned int clientReceive(unsigned int* buffer, unsigned int size);
+    /// Where the client's end finds it.
+    unsigned int port() const;
     /// The tag of the message received.
-    unsigned int serverReceive(unsigned int* buffer, unsigned int size);
+    unsigned int receive(unsigned int* buffer, unsigned int size);
     /// To the client last received from.
-    void serverSend(unsigned int tag, unsigned int* buffer, unsigned int length);
+    void send(unsigned int tag, unsigned int* buffer, unsigned int length);
 
 private:
-    void* m_server = nullptr;
-    void* m_client = nullptr;
+    void* m_handle = nullptr;
     unsigned int m_clientId = 0;
 };
 
-class PlainRoad
+class LibraryClient
 {
 public:
-    PlainRoad();
-    ~PlainRoad();
-    PlainRoad(PlainRoad const&) = delete;
-    PlainRoad& operator=(PlainRoad const&) = delete;
+    explicit LibraryClient(unsigned int port);
+    ~LibraryClient();
+    LibraryClient(LibraryClient const&) = delete;
+    LibraryClient& operator=(LibraryClient const&) = delete;
 
-    void clientSend(unsigned int tag, unsigned int* buffer, unsigned int length);
-    unsigned int clientReceive(unsigned int* buffer, unsigned int size);
-    unsigned int serverReceive(unsigned int* buffer, unsigned int size);
-    void serverSend(unsigned int tag, unsigned int* buffer, unsigned int length);
+    unsigned int receive(unsigned int* buffer, unsigned int size);
+    void send(unsigned int tag, unsigned int* buffer, unsigned int length);
+
+private:
+    void* m_handle = nullptr;
+};
+
+class PlainServer
+{
+public:
+    PlainServer();
+    ~PlainServer();
+    PlainServer(PlainServer const&) = delete;
+    PlainServer& operator=(PlainServer const&) = delete;
+
+    unsigned int port() const;
+    unsigned int receive(unsigned int* buffer, unsigned int size);
+    void send(unsigned int tag, unsigned int* buffer, unsigned int length);
 
 private:
     int m_listening = -1;
-    int m_server = -1;
-    int m_client = -1;
+    int m_connection = -1;
+};
+
+class PlainClient
+{
+public:
+    explicit PlainClient(unsigned int port);
+    ~PlainClient();
+    PlainClient(PlainClient const&) = delete;
+    PlainClient& operator=(PlainClient const&) = delete;
+
+    unsigned int receive(unsigned int* buffer, unsigned int size);
+    void send(unsigned int tag, unsigned int* buffer, unsigned int length);
+
+private:
+    int m_connection = -1;
+};
+
+struct LibraryRoad
+{
+    using Server = LibraryServer;
+    using Client = LibraryClient;
+};
+
+struct PlainRoad
+{
+    using Server = PlainServer;
+    using Client = PlainClient;
 };
 
 } // namespace bench

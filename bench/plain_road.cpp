@@ -11,6 +11,10 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#ifndef BENCH_HEADER_FLAGS
+#define BENCH_HEADER_FLAGS 0
+#endif
+
 namespace bench {
 namespace {
 
@@ -28,11 +32,20 @@ void switchOn(int descriptor, int level, int option)
     setsockopt(descriptor, level, option, &on, sizeof on);
 }
 
-void sendAll(int descriptor, void const* data, std::size_t length)
+sockaddr_in loopback(unsigned int port)
+{
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    address.sin_port = htons(static_cast<std::uint16_t>(port));
+    return address;
+}
+
+void sendAll(int descriptor, void const* data, std::size_t length, int flags)
 {
     for (std::size_t done = 0; done < length;) {
         ssize_t const count =
-            send(descriptor, static_cast<char const*>(data) + done, length - done, 0);
+            send(descriptor, static_cast<char const*>(data) + done, length - done, flags);
         require(count > 0, "send");
         done += static_cast<std::size_t>(count);
     }
@@ -50,8 +63,8 @@ void receiveAll(int descriptor, void* data, std::size_t length)
 void sendMessage(int descriptor, unsigned int tag, void const* payload, unsigned int length)
 {
     std::uint32_t const header[4] = {0xFACE0001, 0, length, tag};
-    sendAll(descriptor, header, sizeof header);
-    sendAll(descriptor, payload, length);
+    sendAll(descriptor, header, sizeof header, BENCH_HEADER_FLAGS);
+    sendAll(descriptor, payload, length, 0);
 }
 
 unsigned int receiveMessage(int descriptor, void* payload, unsigned int size)
@@ -76,52 +89,71 @@ void await(int one, int other)
 
 } // namespace
 
-PlainRoad::PlainRoad()
-    : m_listening(socket(AF_INET, SOCK_STREAM, 0)), m_client(socket(AF_INET, SOCK_STREAM, 0))
+PlainServer::PlainServer() : m_listening(socket(AF_INET, SOCK_STREAM, 0))
 {
     linger const discard{1, 0};
     setsockopt(m_listening, SOL_SOCKET, SO_LINGER, &discard, sizeof discard);
     switchOn(m_listening, IPPROTO_TCP, TCP_NODELAY);
-    switchOn(m_client, IPPROTO_TCP, TCP_NODELAY);
+    sockaddr_in const address = loopback(0);
+    require(bind(m_listening, reinterpret_cast<sockaddr const*>(&address), sizeof address) == 0 &&
+                listen(m_listening, 1) == 0,
+            "listen");
+}
+
+PlainServer::~PlainServer()
+{
+    close(m_connection);
+    close(m_listening);
+}
+
+unsigned int PlainServer::port() const
+{
     sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     socklen_t size = sizeof address;
-    auto* const name = reinterpret_cast<sockaddr*>(&address);
-    require(bind(m_listening, name, size) == 0 && listen(m_listening, 1) == 0, "listen");
-    require(getsockname(m_listening, name, &size) == 0, "getsockname");
-    require(connect(m_client, name, size) == 0, "connect");
-    m_server = accept(m_listening, nullptr, nullptr);
-    require(m_server != -1, "accept");
-    switchOn(m_server, SOL_SOCKET, SO_KEEPALIVE);
+    require(getsockname(m_listening, reinterpret_cast<sockaddr*>(&address), &size) == 0,
+            "getsockname");
+    return ntohs(address.sin_port);
 }
 
-PlainRoad::~PlainRoad()
+unsigned int PlainServer::receive(unsigned int* buffer, unsigned int size)
 {
-    for (int const descriptor : {m_server, m_client, m_listening})
-        close(descriptor);
+    if (m_connection == -1) {
+        await(m_listening, m_listening);
+        m_connection = accept(m_listening, nullptr, nullptr);
+        require(m_connection != -1, "accept");
+        switchOn(m_connection, SOL_SOCKET, SO_KEEPALIVE);
+    }
+    await(m_listening, m_connection);
+    return receiveMessage(m_connection, buffer, size);
 }
 
-void PlainRoad::clientSend(unsigned int tag, unsigned int* buffer, unsigned int length)
+void PlainServer::send(unsigned int tag, unsigned int* buffer, unsigned int length)
 {
-    sendMessage(m_client, tag, buffer, length);
+    sendMessage(m_connection, tag, buffer, length);
 }
 
-unsigned int PlainRoad::clientReceive(unsigned int* buffer, unsigned int size)
+PlainClient::PlainClient(unsigned int port) : m_connection(socket(AF_INET, SOCK_STREAM, 0))
 {
-    await(m_client, m_client);
-    return receiveMessage(m_client, buffer, size);
+    switchOn(m_connection, IPPROTO_TCP, TCP_NODELAY);
+    sockaddr_in const address = loopback(port);
+    require(connect(m_connection, reinterpret_cast<sockaddr const*>(&address), sizeof address) == 0,
+            "connect");
 }
 
-unsigned int PlainRoad::serverReceive(unsigned int* buffer, unsigned int size)
+PlainClient::~PlainClient()
 {
-    await(m_listening, m_server);
-    return receiveMessage(m_server, buffer, size);
+    close(m_connection);
 }
 
-void PlainRoad::serverSend(unsigned int tag, unsigned int* buffer, unsigned int length)
+unsigned int PlainClient::receive(unsigned int* buffer, unsigned int size)
 {
-    sendMessage(m_server, tag, buffer, length);
+    await(m_connection, m_connection);
+    return receiveMessage(m_connection, buffer, size);
+}
+
+void PlainClient::send(unsigned int tag, unsigned int* buffer, unsigned int length)
+{
+    sendMessage(m_connection, tag, buffer, length);
 }
 
 } // namespace bench

@@ -2,6 +2,7 @@
 // connections of skylark_io.so, by turns through the proxy and straight through the library's C
 // functions, at both ends.
 #include "adapter/dtc_io.h"
+#include "bench/run.h"
 #include "loader/io_adapter_proxy_connection.h"
 
 #include <algorithm>
@@ -215,18 +216,11 @@ void localId(benchmark::State& state)
 int main(int argc, char** argv)
 {
     std::printf("medians a message, each sent and received; \"cost\": of the proxy\n");
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv))
-        return 2;
     for (std::int64_t const size : {16, 256, 4096, 65536, 1048576})
         benchmark::RegisterBenchmark("round_trip", roundTrip)
             ->Arg(size)
             ->UseManualTime()
-            ->MinTime(0.5)
-            ->Repetitions(9)
-            ->ReportAggregatesOnly()
             ->Unit(benchmark::kMillisecond);
     benchmark::RegisterBenchmark("local_id", localId)->ArgName("proxied")->Arg(0)->Arg(1);
-    benchmark::RunSpecifiedBenchmarks();
-    return 0;
+    return bench::run(argc, argv);
 }

@@ -11,7 +11,9 @@ function(skylark_library_objects target)
     PUBLIC "${CMAKE_SOURCE_DIR}"
     PRIVATE "${skylark_build_info_dir}")
   target_link_libraries(${target} PRIVATE skylark_compile_options PUBLIC Threads::Threads)
-  target_compile_options(${target} PRIVATE -ffunction-sections -fdata-sections)
+  target_compile_options(${target} PRIVATE -ffunction-sections -fdata-sections
+    # The box has little room, and most of the library waits for its devices or its shell anyway.
+    $<$<CONFIG:Release>:-Os>)
   if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     # A unique symbol would keep the library in the process for ever after dlopen.
     target_compile_options(${target} PRIVATE -fno-gnu-unique)
@@ -20,6 +22,12 @@ function(skylark_library_objects target)
       INTERPROCEDURAL_OPTIMIZATION_RELEASE ON
       INTERPROCEDURAL_OPTIMIZATION_RELWITHDEBINFO ON)
   endif()
+endfunction()
+
+# Sources that each message runs through: they are optimised for speed all the same.
+function(skylark_message_path)
+  set_source_files_properties(${ARGN} TARGET_DIRECTORY skylark_io_objects
+    PROPERTIES COMPILE_OPTIONS "$<$<CONFIG:Release>:-O2>")
 endfunction()
 
 add_library(skylark_io_objects OBJECT)
