@@ -32,3 +32,13 @@ if(NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")
     "${CMAKE_INSTALL_FULL_BINDIR}" "${CMAKE_INSTALL_FULL_LIBDIR}")
   set(CMAKE_INSTALL_RPATH "$ORIGIN/${skylark_libdir_from_bindir}")
 endif()
+
+# Compresses a file of the build for installing: sets the variable to what it becomes, NAME.gz.
+function(skylark_compressed target file result)
+  find_program(SKYLARK_GZIP gzip REQUIRED)
+  set(output "${CMAKE_CURRENT_BINARY_DIR}/${target}.gz")
+  add_custom_command(OUTPUT "${output}"
+    COMMAND "${SKYLARK_GZIP}" -9nc "${file}" > "${output}" DEPENDS "${file}" VERBATIM)
+  add_custom_target(compressed_${target} ALL DEPENDS "${output}")
+  set(${result} "${output}" PARENT_SCOPE)
+endfunction()
