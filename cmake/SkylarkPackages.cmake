@@ -24,6 +24,8 @@ if(NOT DTC_PLATFORM STREQUAL simulated)
   set(platform "This build drives a real DTC box: it mounts file systems, sets the
 clock, configures the network and erases flash where it runs. It is
 for the box alone, never for a desk.")
+  set(box_overrides "# The name tells the box's packages from those for a desk.
+${package}: package-name-doesnt-match-sonames *")
 endif()
 set(dev_suffix -dev)
 set(tools_suffix -tools)
