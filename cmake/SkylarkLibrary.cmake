@@ -1,6 +1,11 @@
 # The product: skylark_io.so, and the same objects as a static library that only the tests link, because tests
 # reach what the shared library does not let out.
 
+# Says which of a folder's headers programs may include: they are installed with their folder.
+function(skylark_public_headers)
+  target_sources(skylark_io PUBLIC FILE_SET HEADERS FILES ${ARGN})
+endfunction()
+
 # Compiles a target's sources as parts of the library.
 function(skylark_library_objects target)
   set_target_properties(${target} PROPERTIES
@@ -35,11 +40,14 @@ skylark_library_objects(skylark_io_objects)
 
 set(skylark_version_script "${CMAKE_SOURCE_DIR}/cmake/skylark_io.map")
 add_library(skylark_io SHARED)
+target_sources(skylark_io PUBLIC FILE_SET HEADERS BASE_DIRS "${CMAKE_SOURCE_DIR}")
 set_target_properties(skylark_io PROPERTIES
-  PREFIX ""                  # the name by which adapter libraries are found
+  # The name by which adapter libraries are found. It is the SONAME too, without a version: so a process that is
+  # linked with the library and loads it by name has it once.
+  PREFIX ""
   LINK_DEPENDS "${skylark_version_script}")
 target_link_libraries(skylark_io PRIVATE skylark_io_objects skylark_platform_${DTC_PLATFORM})
-target_include_directories(skylark_io INTERFACE "${CMAKE_SOURCE_DIR}")
+target_compile_features(skylark_io INTERFACE cxx_std_17) # its headers
 target_link_options(skylark_io PRIVATE
   "LINKER:--version-script=${skylark_version_script}"
   # The library uses its own functions and data, whatever else the process holds: a program may drive several

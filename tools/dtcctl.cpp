@@ -47,6 +47,7 @@ int run(int argc, char** argv)
     dtcctl::addEeprom(app, status);
     dtcctl::addReset(app, status);
     dtcctl::addBox(app, status);
+    dtcctl::addComplete(app, status);
     try {
         app.parse(argc, argv);
     } catch (CLI::ParseError const& error) {

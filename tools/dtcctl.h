@@ -28,4 +28,7 @@ void addFirmware(CLI::App& app, int& status);
 /// Adds nothing in a build for the real box, where there is no simulated one to show.
 void addBox(CLI::App& app, int& status);
 
+/// For the completion of shells: tools/dtcctl.bash.
+void addComplete(CLI::App& app, int& status);
+
 } // namespace dtcctl

@@ -1,6 +1,7 @@
 #include "loader/io_adapter_listener.h"
 
 #include "tools/dtcctl.h"
+#include "tools/dtcctl_answer.h"
 #include "tools/dtcctl_connection.h"
 #include "tools/dtcctl_interrupt.h"
 #include "tools/dtcctl_library_call.h"
@@ -17,13 +18,10 @@ namespace {
 using KORVA::DTC::IOAdapter_Connection;
 using KORVA::DTC::IOAdapterListener;
 
-struct ListenOptions
+struct ListenOptions : AnswerOptions
 {
     std::vector<std::string> devices;
     std::string service = "dtc_io";
-    std::string reply = "echo";
-    unsigned long count = 0;
-    unsigned int maxSizeBytes = 16U << 20;
 };
 
 /// To standard error, a line each.
@@ -151,14 +149,7 @@ void addListen(CLI::App& app, int& status)
     command->add_option("DEVICE", options->devices, "skylark0 stands for skylark_io.so, and so on")
         ->required();
     command->add_option("--service", options->service, "The service")->capture_default_str();
-    command->add_option("--reply", options->reply, "What each message is answered with")
-        ->check(CLI::IsMember({"echo", "none"}))
-        ->capture_default_str();
-    command->add_option("--count", options->count, "End after so many messages (0: never)")
-        ->capture_default_str();
-    command->add_option("--max-size", options->maxSizeBytes, "Largest message accepted, in bytes")
-        ->check(CLI::Range(1U, 1U << 30))
-        ->capture_default_str();
+    addAnswerOptions(*command, *options);
     command->callback([options, &status] {
         Listening(*options).run();
         status = ExitOk;

@@ -1,4 +1,5 @@
 #include "tools/dtcctl.h"
+#include "tools/dtcctl_answer.h"
 #include "tools/dtcctl_connection.h"
 #include "tools/dtcctl_interrupt.h"
 
@@ -10,12 +11,9 @@
 namespace dtcctl {
 namespace {
 
-struct ServeOptions
+struct ServeOptions : AnswerOptions
 {
     std::string service = "dtc_io";
-    std::string reply = "echo";
-    unsigned long count = 0;
-    unsigned int maxSizeBytes = 16U << 20;
 };
 
 class Serving
@@ -102,14 +100,7 @@ void addServe(CLI::App& app, int& status)
     command->add_option("--service", options->service, "dtc_io or dtc_conf")
         ->check(CLI::IsMember({"dtc_io", "dtc_conf"}))
         ->capture_default_str();
-    command->add_option("--reply", options->reply, "What each message is answered with")
-        ->check(CLI::IsMember({"echo", "none"}))
-        ->capture_default_str();
-    command->add_option("--count", options->count, "End after so many messages (0: never)")
-        ->capture_default_str();
-    command->add_option("--max-size", options->maxSizeBytes, "Largest message accepted, in bytes")
-        ->check(CLI::Range(1U, 1U << 30))
-        ->capture_default_str();
+    addAnswerOptions(*command, *options);
     command->callback([options, &status] {
         Serving(*options).run();
         status = ExitOk;
