@@ -26,6 +26,8 @@ function(skylark_library_objects target)
     set_target_properties(${target} PROPERTIES
       INTERPROCEDURAL_OPTIMIZATION_RELEASE ON
       INTERPROCEDURAL_OPTIMIZATION_RELWITHDEBINFO ON)
+    # With code in the objects too, the test programs need not optimise the whole library each for itself.
+    target_compile_options(${target} PRIVATE $<$<CONFIG:RelWithDebInfo>:-ffat-lto-objects>)
   endif()
 endfunction()
 
