@@ -119,14 +119,13 @@ void clearMemory(std::string const& path)
         refuseWithErrno(path);
 }
 
+/// In the byte order in which programs read registers in the mapped memory: the machine's own.
 void pokeMemory(std::string const& root, std::uint64_t address, std::uint16_t value)
 {
     int const memory = open((root + "/dev/mem").c_str(), O_WRONLY | O_CLOEXEC);
-    unsigned char const bytes[] = {static_cast<unsigned char>(value),
-                                   static_cast<unsigned char>(value >> 8)};
-    ssize_t const written = pwrite(memory, bytes, sizeof bytes, static_cast<off_t>(address));
+    ssize_t const written = pwrite(memory, &value, sizeof value, static_cast<off_t>(address));
     close(memory);
-    if (written != sizeof bytes)
+    if (written != sizeof value)
         refuseWithErrno(root);
 }
 
