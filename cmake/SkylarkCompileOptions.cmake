@@ -12,3 +12,9 @@ target_compile_options(skylark_compile_options INTERFACE
   $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor;-Woverloaded-virtual>
   # The same tree gives the same bytes wherever it lies.
   -ffile-prefix-map=${CMAKE_SOURCE_DIR}/=)
+
+# On a 32-bit machine: sizes of files above 2 GiB, physical addresses above 2 GiB, and dates after 2038. No
+# header of the library shows such a type.
+if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+  target_compile_definitions(skylark_compile_options INTERFACE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
+endif()

@@ -3,6 +3,8 @@
 #include "platform/simulated/box_files.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -76,11 +78,12 @@ std::string resetIn(Expander const& expander, unsigned int pin)
     return expander.drivesHigh(pin) ? "driven high" : "held low";
 }
 
-unsigned int littleEndian(std::string const& bytes)
+/// A register in the machine's byte order, as the drivers map it.
+template <typename Register>
+Register registerAt(std::string const& memory, std::streamoff address)
 {
-    unsigned int value = 0;
-    for (std::size_t i = bytes.size(); i > 0; --i)
-        value = value << 8 | static_cast<unsigned char>(bytes[i - 1]);
+    Register value = 0;
+    std::memcpy(&value, bytesAt(memory, address, sizeof value).data(), sizeof value);
     return value;
 }
 
@@ -102,10 +105,10 @@ void fillRegisters(BoxState& state)
     constexpr std::streamoff revisionAddress = 0x06000000;
     constexpr std::streamoff pinMultiplexerAddress = 0x01C40000;
     std::string const memory = state.directory + "/dev/mem";
-    state.fpgaRevision = littleEndian(bytesAt(memory, revisionAddress, 2));
+    state.fpgaRevision = registerAt<std::uint16_t>(memory, revisionAddress);
     for (std::size_t i = 0; i < state.pinMultiplexer.size(); ++i)
-        state.pinMultiplexer[i] = littleEndian(
-            bytesAt(memory, pinMultiplexerAddress + static_cast<std::streamoff>(4 * i), 4));
+        state.pinMultiplexer[i] = registerAt<std::uint32_t>(
+            memory, pinMultiplexerAddress + static_cast<std::streamoff>(4 * i));
 }
 
 void fillEeprom(BoxState& state)

@@ -129,14 +129,13 @@ void clearMemory(std::string const& path)
     closeOrRefuse(file, cleared, path);
 }
 
+/// In the byte order in which programs read registers in the mapped memory: the machine's own.
 void pokeMemory(std::string const& root, std::uint64_t address, std::uint16_t value)
 {
     std::string const path = root + "/dev/mem";
     int const memory = open(path.c_str(), O_WRONLY | O_CLOEXEC);
-    unsigned char const bytes[] = {static_cast<unsigned char>(value),
-                                   static_cast<unsigned char>(value >> 8)};
-    ssize_t const written = pwrite(memory, bytes, sizeof bytes, static_cast<off_t>(address));
-    closeOrRefuse(memory, written == sizeof bytes, path);
+    ssize_t const written = pwrite(memory, &value, sizeof value, static_cast<off_t>(address));
+    closeOrRefuse(memory, written == sizeof value, path);
 }
 
 /// Everything a new box holds, in a directory that is not in use yet.

@@ -13,8 +13,8 @@ using namespace testing_support;
 
 namespace {
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr unsigned int effort = 10; // a tenth of it: the sanitizers slow everything down
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || defined(EMULATED)
+constexpr unsigned int effort = 10; // a tenth of it: these slow everything down
 #else
 constexpr unsigned int effort = 1;
 #endif
@@ -30,8 +30,9 @@ void echo(TestServer& server)
 }
 
 /// Exchanges messages of mixed sizes with the server and checks every byte. The seed makes the
-/// content this client's own. Says when it is connected, and leaves when nine are.
-void runClient(unsigned int seed, std::atomic<int>& connected)
+/// content this client's own. Connects in its turn, for all want the bus first. Says when it is
+/// connected, and leaves when nine are.
+void runClient(unsigned int seed, std::atomic<int>& opened, std::atomic<int>& connected)
 {
     std::minstd_rand random(seed);
     std::uniform_real_distribution<double> exponent(0, 16);
@@ -39,7 +40,9 @@ void runClient(unsigned int seed, std::atomic<int>& connected)
     for (char& byte : pattern)
         byte = static_cast<char>(random());
     KORVA::DTC::skylark_IOAdapter adapter;
+    awaitAtLeast(opened, static_cast<int>(seed) - 1);
     auto* const box = adapter.open("0x7F000001", "dtc_io");
+    ++opened;
     ASSERT_NE(box, nullptr) << adapter.get_error();
     for (unsigned int i = 0; i < 5'000 / effort; ++i) {
         double const bits = i % 200 == seed ? 20 : exponent(random);
@@ -57,6 +60,7 @@ void runClient(unsigned int seed, std::atomic<int>& connected)
 TEST(ExchangeTest, EightProcessesExchangeThousandsOfMessagesWhileTheNinthIsTurnedAway)
 {
     std::signal(SIGPIPE, SIG_IGN);
+    std::atomic<int>& opened = newSharedNumber();
     std::atomic<int>& connected = newSharedNumber();
     std::atomic<int>& left = newSharedNumber();
     TestServer server(55755);
@@ -64,7 +68,7 @@ TEST(ExchangeTest, EightProcessesExchangeThousandsOfMessagesWhileTheNinthIsTurne
     for (unsigned int seed = 1; seed <= 9; ++seed) {
         clients.emplace_back([&, seed] {
             if (seed <= 8) {
-                runClient(seed, connected);
+                runClient(seed, opened, connected);
             } else {
                 awaitAtLeast(connected, 8);
                 EXPECT_TRUE(RawPeer(55755).seesEnd());

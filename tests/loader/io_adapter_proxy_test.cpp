@@ -2,6 +2,7 @@
 
 #include "tests/loader/adapter_fixture.h"
 
+#include <cstring>
 #include <dlfcn.h>
 #include <functional>
 #include <gmock/gmock.h>
@@ -64,7 +65,8 @@ TEST_F(ProxyTest, HandsEveryCallOnAsItIs)
     EXPECT_STREQ(proxy.get_version(), "one");
     EXPECT_EQ(proxy.get_status(), 1);
     auto* const server = proxy.create("s", 17);
-    unsigned int values[] = {0x216968, 0, 0, 0, 0};
+    unsigned int values[5] = {};
+    std::memcpy(values, "hi!", 3);
     EXPECT_EQ(server->send(3, 4, values, 3, &values[1]), 0);
     EXPECT_EQ(values[1], 2U) << "the library's own count";
     EXPECT_EQ(server->receive(&values[0], &values[1], &values[2], 5, &values[3], 6), 0);
@@ -86,7 +88,8 @@ TEST_F(ProxyTest, SendsThroughAnOldLibrary)
     EXPECT_EQ(proxy.open("a", "refused"), nullptr);
     EXPECT_STREQ(proxy.get_error(), "DTC_Get_Error() not found");
     auto* const client = proxy.open("a", "s");
-    unsigned int text = 0x6F6C6C65;
+    unsigned int text = 0;
+    std::memcpy(&text, "ello", 4);
     EXPECT_EQ(client->send(1, 2, &text, 4, &word), 0);
     EXPECT_EQ(word, 4U);
     EXPECT_EQ(client->send(99, 2, &text, 4, &word), -9);
