@@ -98,6 +98,7 @@ TEST(NetworkTest, TriesAgainAfterAFailureButNotWhenTheCommandDoesNotStart)
                call();
                std::filesystem::remove(file);
                std::filesystem::create_symlink("/dev/full", file); // nor all of it
+               refuseCommand(3); // not to let ifup read without end, should it come to that
                call();
                std::filesystem::remove(file);
                refuseCommand(3); // behind the two that read the clock and the addresses

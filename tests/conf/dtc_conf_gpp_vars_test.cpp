@@ -135,6 +135,8 @@ TEST_F(BoxVarsTest, ThreadsReadWhileOneWrites)
         VariableList pairs = imageOf(letter);
         pairs.insert(pairs.end(), {{"_error", "x"}, {"_control", "y"}});
         request(pairs);
+        for (char const other : {'a', 'b', 'a', 'b'})
+            writeVarsToEeprom(imageOf(other));
     }
 }
 
