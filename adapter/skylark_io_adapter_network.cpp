@@ -109,7 +109,9 @@ NetworkStatus bringUp()
         std::printf("commmand failed [%s]\n", command);
         return NotStarted;
     }
-    PLATFORM::closeShell(output); // waits for the command; how it ends does not count
+    // Waits for the command; how it ends does not count. Its output is not read to the end: a DHCP
+    // client that ifup leaves running would hold the pipe open.
+    PLATFORM::closeShell(output);
     return Configured;
 }
 

@@ -1,4 +1,6 @@
 #include "conf/dtc_conf_image.h"
+
+#include "conf/dtc_conf_list.h"
 #include "conf/dtc_conf_status.h"
 #include "util/file_stream.h"
 
@@ -8,8 +10,6 @@
 
 namespace KORVA::DTC::CONF {
 namespace {
-
-constexpr char const* fileName = "dtc_conf";
 
 constexpr std::array<std::uint32_t, 256> makeTable()
 {

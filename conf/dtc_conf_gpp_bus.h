@@ -1,5 +1,6 @@
 #pragma once
 
+#include "conf/dtc_conf_list.h"
 #include "conf/dtc_conf_status.h"
 #include "periph/dtc_periph_i2c_linux.h"
 #include "periph/dtc_periph_lock.h"
@@ -9,24 +10,32 @@
 
 namespace KORVA::DTC::CONF {
 
-/// Runs the work on the EEPROM, initialised, under the lock "i2c". What goes wrong with the device,
+/// Holds the lock "i2c" from construction to destruction. Throws PERIPH::Exception (Timeout) when
+/// another process keeps it for all of timeoutMs.
+class BusTurn
+{
+public:
+    explicit BusTurn(unsigned int timeoutMs = 5000) : m_hold(m_lock, timeoutMs, 10) {}
+
+private:
+    PERIPH::I2C_LOCK m_lock;
+    PERIPH::LockHold m_hold;
+};
+
+/// Runs the work on the EEPROM, initialised, in a turn on the bus. What goes wrong with the device,
 /// not with the lock, becomes an exception of the status, with the phrase and the driver's message.
 template <typename Work>
 void withEeprom(Status status, std::string const& phrase, Work work)
 {
-    constexpr char const* fileName = "dtc_conf_gpp";
-    constexpr unsigned int timeoutMs = 5000;
-    constexpr unsigned int intervalMs = 10;
-    PERIPH::I2C_LOCK lock;
-    PERIPH::LockHold const hold(lock, timeoutMs, intervalMs);
+    BusTurn const turn;
     try {
         PERIPH::EEPROM& eeprom = PERIPH::getEEPROM();
         eeprom.init();
         work(eeprom);
     } catch (std::exception const& error) {
-        throw Exception(fileName, __LINE__, status, (phrase + " : " + error.what()).c_str());
+        throw Exception(gppFileName, __LINE__, status, (phrase + " : " + error.what()).c_str());
     } catch (...) {
-        throw Exception(fileName, __LINE__, status, phrase.c_str());
+        throw Exception(gppFileName, __LINE__, status, phrase.c_str());
     }
 }
 

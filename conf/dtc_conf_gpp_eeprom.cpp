@@ -2,6 +2,7 @@
 
 #include "conf/dtc_conf_gpp_bus.h"
 #include "conf/dtc_conf_image.h"
+#include "conf/dtc_conf_list.h"
 #include "conf/dtc_conf_status.h"
 #include "periph/dtc_periph_i2c_linux.h"
 
@@ -11,12 +12,9 @@ namespace {
 
 using namespace KORVA::DTC;
 using CONF::OperationFailed;
+using CONF::VariableList;
 using PERIPH::EEPROM_PAGE_SIZE;
 using PERIPH::EEPROM_SIZE;
-
-constexpr char const* fileName = "dtc_conf_gpp";
-
-using VariableList = std::vector<std::pair<std::string, std::string>>;
 
 } // namespace
 
@@ -46,7 +44,7 @@ void writeVarsToEeprom(VariableList const& vars)
     unsigned int index = 0;
     CONF::varsToBuf(stored, image.data(), EEPROM_SIZE, index);
     if (index != 0)
-        throw CONF::Exception(fileName, __LINE__, OperationFailed,
+        throw CONF::Exception(CONF::gppFileName, __LINE__, OperationFailed,
                               "configuration variables too large for EEPROM");
     CONF::withEeprom(OperationFailed, "unable to write EEPROM", [&](PERIPH::EEPROM& eeprom) {
         auto const used = static_cast<unsigned int>(std::strlen(image.data())) + 1;

@@ -1,6 +1,7 @@
 #include "conf/dtc_conf_gpp_firmware.h"
 
 #include "conf/dtc_conf_gpp_system.h"
+#include "conf/dtc_conf_list.h"
 #include "conf/dtc_conf_schema.h"
 #include "conf/dtc_conf_shell_word.h"
 #include "conf/dtc_conf_status.h"
@@ -12,8 +13,6 @@
 
 namespace KORVA::DTC::CONF {
 namespace {
-
-constexpr char const* fileName = "dtc_conf_gpp";
 
 /// An image that an archive may hold, and the command that writes it from safe mode. The digit of
 /// the partition occurs in the command as nothing else.
@@ -67,7 +66,7 @@ void endingReadOnly(Work work)
 void requireFile(char const* file)
 {
     if (file == nullptr)
-        throw Exception(fileName, __LINE__, NullParameter, nullptr);
+        throw Exception(gppFileName, __LINE__, NullParameter, nullptr);
 }
 
 /// Where an upload lies, as a word of a command.
@@ -79,7 +78,7 @@ std::string uploadOf(char const* file)
     }
     // Commands are run without their line breaks, so they would mean another file.
     if (name.find_first_of("\r\n") != std::string::npos)
-        throw Exception(fileName, __LINE__, OperationFailed, "line break in file name");
+        throw Exception(gppFileName, __LINE__, OperationFailed, "line break in file name");
     return shellWord("/tmp/" + name);
 }
 
@@ -88,7 +87,8 @@ bool permittedMode(Vars& vars)
 {
     bool const safe = uString::ToBool(vars.getVar(NAME::safeMode).c_str());
     if (!safe && vars.getVar(NAME::_control) != CONTROL::AllowUnsafeUpdate)
-        throw Exception(fileName, __LINE__, OperationFailed, "update only allowed from safe mode");
+        throw Exception(gppFileName, __LINE__, OperationFailed,
+                        "update only allowed from safe mode");
     return safe;
 }
 

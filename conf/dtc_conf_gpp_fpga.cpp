@@ -1,9 +1,10 @@
 #include "conf/dtc_conf_gpp_fpga.h"
 
+#include "conf/dtc_conf_gpp_bus.h"
+#include "conf/dtc_conf_list.h"
 #include "conf/dtc_conf_schema.h"
 #include "periph/dtc_periph_fpga.h"
 #include "periph/dtc_periph_led.h"
-#include "periph/dtc_periph_lock.h"
 #include "periph/dtc_periph_resets.h"
 #include "util/uthread.h"
 
@@ -36,7 +37,7 @@ void readBoardRevision(std::string& value)
 
 } // namespace
 
-void readVarsFromFpga(std::vector<std::pair<std::string, std::string>>& vars)
+void readVarsFromFpga(CONF::VariableList& vars)
 {
     for (auto& [name, value] : vars) {
         if (name == CONF::NAME::fpgaRev)
@@ -46,15 +47,13 @@ void readVarsFromFpga(std::vector<std::pair<std::string, std::string>>& vars)
     }
 }
 
-void writeVarsToFpga(std::vector<std::pair<std::string, std::string>> const& /*vars*/) {}
+void writeVarsToFpga(CONF::VariableList const& /*vars*/) {}
 
 void flashLED(PERIPH::I2C_LED& led, unsigned int count)
 {
     constexpr unsigned int timeoutMs = 1000;
-    constexpr unsigned int intervalMs = 10;
     constexpr unsigned int pauseMs = 100;
-    PERIPH::I2C_LOCK lock;
-    PERIPH::LockHold const hold(lock, timeoutMs, intervalMs);
+    CONF::BusTurn const turn(timeoutMs);
     try {
         for (unsigned int i = 0; i < 2 * count; ++i) {
             if (i > 0)

@@ -1,5 +1,6 @@
 /// How many minutes without use pass until the box stands by: one text for the process, initially
-/// "20", that other programs' variable standbyMinutes sets.
+/// "20". Only this process sets it, by Vars::write with the variable standbyMinutes; threads may
+/// use it at the same time.
 #pragma once
 
 #include <string>

@@ -1,5 +1,6 @@
 #include "conf/dtc_conf_gpp_system.h"
 
+#include "conf/dtc_conf_list.h"
 #include "conf/dtc_conf_schema.h"
 #include "conf/dtc_conf_shell_word.h"
 #include "conf/dtc_conf_status.h"
@@ -13,7 +14,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
-#include <ostream>
 
 namespace {
 
@@ -21,7 +21,6 @@ using namespace KORVA;
 using namespace KORVA::DTC;
 using CONF::SystemCallFailed;
 
-constexpr char const* fileName = "dtc_conf_gpp";
 constexpr unsigned int outputBytes = 1024;
 
 struct CloseShell
@@ -51,10 +50,8 @@ void capture(std::FILE* stream, char const* command, char* buffer, unsigned int 
     char* const end = std::find_if(buffer, buffer + length,
                                    [](char c) { return static_cast<signed char>(c) <= 0; });
     *end = '\0';
-    if (CONF::isLogEnabled()) // several threads may be here, and the discarding stream is shared
-        CONF::diagnostics() << "[" << command
-                            << "]: " << (*buffer != '\0' ? buffer : "no output returned from pipe")
-                            << std::endl;
+    CONF::logLine(std::string("[") + command +
+                  "]: " + (*buffer != '\0' ? buffer : "no output returned from pipe"));
 }
 
 /// Nobody to read it would end the command at its next output, half-way through its work.
@@ -107,13 +104,13 @@ namespace KORVA::DTC::CONF {
 void popenWithStdout(char const* command, char* buffer, unsigned int size)
 {
     if (command == nullptr)
-        throw Exception(fileName, __LINE__, NullParameter, nullptr);
+        throw Exception(gppFileName, __LINE__, NullParameter, nullptr);
     std::string line = command;
     uString::Replace(line, "\r", "");
     uString::Replace(line, "\n", "");
     std::unique_ptr<std::FILE, CloseShell> const stream(PLATFORM::openShell(line.c_str()));
     if (stream == nullptr)
-        throw Exception(fileName, __LINE__, SystemCallFailed,
+        throw Exception(gppFileName, __LINE__, SystemCallFailed,
                         (line + ": failed to open pipe for reading").c_str());
     if (buffer != nullptr)
         capture(stream.get(), command, buffer, size);
@@ -131,7 +128,7 @@ void getMacAndIpAddr(std::string& mac, std::string& ip)
     if (*output == '\0') {
         if (isUsbVariant)
             return;
-        throw CONF::Exception(fileName, __LINE__, SystemCallFailed,
+        throw CONF::Exception(CONF::gppFileName, __LINE__, SystemCallFailed,
                               "failed to read mac/ip address");
     }
     constexpr std::size_t macCharacters = 17;
@@ -139,17 +136,17 @@ void getMacAndIpAddr(std::string& mac, std::string& ip)
     ip = textAfter(output, "inet addr:", std::string::npos, " ");
 }
 
-void readVarsFromSys(std::vector<std::pair<std::string, std::string>>& vars)
+void readVarsFromSys(CONF::VariableList& vars)
 {
     for (auto& [name, value] : vars) {
         if (name != CONF::NAME::time)
             continue;
-        value = CONF::VALUE::None;
+        value = CONF::VALUE::None; // what stays when the clock cannot be asked
         value = systemClock();
     }
 }
 
-void writeVarsToSys(std::vector<std::pair<std::string, std::string>> const& vars)
+void writeVarsToSys(CONF::VariableList const& vars)
 {
     for (auto const& [name, value] : vars) {
         if (name != CONF::NAME::time || value == CONF::VALUE::None)

@@ -5,17 +5,18 @@
 #include "conf/dtc_conf_gpp_fpga.h"
 #include "conf/dtc_conf_gpp_standby.h"
 #include "conf/dtc_conf_gpp_system.h"
+#include "conf/dtc_conf_list.h"
 #include "conf/dtc_conf_schema.h"
 #include "conf/dtc_conf_status.h"
 #include "conf/dtc_conf_vars.h"
 #include "periph/dtc_periph_led.h"
-#include "periph/dtc_periph_lock.h"
 #include "platform/platform.h"
 #include "util/file_stream.h"
 #include "util/ustring.h"
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -23,16 +24,11 @@
 namespace KORVA::DTC::CONF {
 namespace {
 
-using VariableList = std::vector<std::pair<std::string, std::string>>;
-
 /// The board revision takes several transfers, which those of another process must not come
 /// between.
 void readHardware(VariableList& vars)
 {
-    constexpr unsigned int timeoutMs = 5000;
-    constexpr unsigned int intervalMs = 10;
-    PERIPH::I2C_LOCK lock;
-    PERIPH::LockHold const hold(lock, timeoutMs, intervalMs);
+    BusTurn const turn;
     readVarsFromFpga(vars);
 }
 
@@ -60,12 +56,24 @@ std::string safeModeFromEnvironment()
     return setting != nullptr && uString::ToBool(setting) ? VALUE::True : VALUE::False;
 }
 
+std::string firstWord(std::FILE* file)
+{
+    std::string word;
+    for (int character = std::getc(file); character != EOF; character = std::getc(file)) {
+        bool const isSpace = std::isspace(character) != 0;
+        if (isSpace && !word.empty())
+            break;
+        if (!isSpace)
+            word.push_back(static_cast<char>(character));
+    }
+    return word;
+}
+
 std::string recordedClient()
 {
     FileStream const record(std::fopen(PLATFORM::path("/tmp/ip_client").c_str(), "re"));
-    char address[256];
-    bool const isRead = record != nullptr && std::fscanf(record.get(), "%255s", address) == 1;
-    return isRead ? address : VALUE::None;
+    std::string const word = record != nullptr ? firstWord(record.get()) : "";
+    return !word.empty() ? word : VALUE::None;
 }
 
 /// The addresses of the network interface, asked for when first needed.

@@ -1,5 +1,6 @@
 #include "conf/dtc_conf_image.h"
 
+#include "conf/dtc_conf_list.h"
 #include "conf/dtc_conf_schema.h"
 #include "conf/dtc_conf_status.h"
 #include "conf/dtc_conf_vars.h"
@@ -10,10 +11,6 @@
 
 namespace KORVA::DTC::CONF {
 namespace {
-
-constexpr char const* fileName = "dtc_conf";
-
-using VariableList = std::vector<std::pair<std::string, std::string>>;
 
 bool isStored(std::string const& name)
 {
@@ -66,7 +63,7 @@ void bufToVars(VariableList& vars, char const* buf, unsigned int /*size*/)
 
 } // namespace KORVA::DTC::CONF
 
-void removeNonEepromVars(std::vector<std::pair<std::string, std::string>>& vars)
+void removeNonEepromVars(KORVA::DTC::CONF::VariableList& vars)
 {
     vars.erase(
         std::remove_if(vars.begin(), vars.end(),

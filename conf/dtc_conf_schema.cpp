@@ -1,5 +1,6 @@
 #include "conf/dtc_conf_schema.h"
 
+#include "conf/dtc_conf_list.h"
 #include "util/build_info.h"
 
 namespace KORVA::DTC::CONF {
@@ -114,7 +115,7 @@ void getSchema(SchemaEntry*& rows)
 
 } // namespace KORVA::DTC::CONF
 
-void getDefaultVars(std::vector<std::pair<std::string, std::string>>& vars)
+void getDefaultVars(KORVA::DTC::CONF::VariableList& vars)
 {
     KORVA::DTC::CONF::SchemaEntry* row = nullptr;
     for (KORVA::DTC::CONF::getSchema(row); row->name != nullptr; ++row)

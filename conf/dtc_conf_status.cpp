@@ -5,7 +5,6 @@
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <iostream>
 #include <iterator>
 
@@ -40,20 +39,15 @@ char const* textOf(Status status)
     return index < std::size(texts) ? texts[index] : texts[0];
 }
 
-struct LogState
-{
-    SharedText g_error{"none"};
-    std::atomic<bool> g_logEnable{false};
-    std::ofstream g_nulLog; // never opened
-};
+std::atomic<bool> g_logEnable{false};
 
-LogState& state()
+SharedText& error()
 {
-    static LogState logState;
-    return logState;
+    static SharedText g_error("none");
+    return g_error;
 }
 
-[[maybe_unused]] LogState const& madeAtLoad = state();
+[[maybe_unused]] SharedText const& madeAtLoad = error();
 
 } // namespace
 
@@ -79,37 +73,36 @@ Status Exception::status() const noexcept
 void setError(char const* text)
 {
     if (text != nullptr)
-        state().g_error.set(text);
+        error().set(text);
 }
 
 std::string errorText()
 {
-    return state().g_error.get();
+    return error().get();
 }
 
 void logEnable()
 {
-    state().g_logEnable = true;
+    g_logEnable = true;
 }
 
 void logDisable()
 {
-    state().g_logEnable = false;
+    g_logEnable = false;
 }
 
 bool isLogEnabled()
 {
-    if (state().g_logEnable)
+    if (g_logEnable)
         return true;
     char const* const wanted = std::getenv("DTC_CONF_LOGGING");
     return wanted != nullptr && std::strcmp(wanted, "true") == 0;
 }
 
-std::ostream& diagnostics()
+void logLine(std::string const& line)
 {
     if (isLogEnabled())
-        return std::cout;
-    return state().g_nulLog;
+        std::cout << line + "\n" << std::flush;
 }
 
 } // namespace KORVA::DTC::CONF

@@ -6,7 +6,6 @@
 #include "util/export.h"
 
 #include <exception>
-#include <iosfwd>
 #include <string>
 
 namespace KORVA::DTC::CONF {
@@ -55,8 +54,6 @@ private:
 /// Replaces the text that the variable _error shows, initially "none"; null leaves it as it is.
 KORVA_API void setError(char const* text);
 
-std::string errorText();
-
 /// Diagnostic lines of configuration code go to standard output while logging is enabled, by
 /// logEnable or by the environment variable DTC_CONF_LOGGING with exactly the value "true", read at
 /// each call, which logDisable cannot switch off.
@@ -64,8 +61,12 @@ KORVA_API void logEnable();
 KORVA_API void logDisable();
 KORVA_API bool isLogEnabled();
 
-/// Where a diagnostic line goes now: standard output, or a stream that discards it, which one
-/// thread at a time may use.
-std::ostream& diagnostics();
+// For the library itself, which does not let them out.
+
+/// The text that setError replaces.
+std::string errorText();
+
+/// Writes the line and its end to standard output, in one piece, while logging is enabled.
+void logLine(std::string const& line);
 
 } // namespace KORVA::DTC::CONF

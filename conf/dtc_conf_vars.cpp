@@ -1,15 +1,12 @@
 #include "conf/dtc_conf_vars.h"
 
+#include "conf/dtc_conf_list.h"
 #include "conf/dtc_conf_status.h"
 
 #include <algorithm>
 
 namespace KORVA::DTC::CONF {
 namespace {
-
-constexpr char const* fileName = "dtc_conf";
-
-using VariableList = std::vector<std::pair<std::string, std::string>>;
 
 VariableList::iterator find(VariableList& vars, char const* name)
 {

@@ -23,7 +23,8 @@ namespace KORVA::DTC::CONF {
 /// when another process holds the lock "i2c" for five seconds (Timeout) or the FPGA's page cannot
 /// be mapped (MapFailed); and uString::error when SAFEMODE, ROVERKIT or RNDISMODE in the
 /// environment is no boolean. They blink the third LED, which shows once its init has made the pin
-/// an output.
+/// an output. The blinking waits for the lock for one second only; a Timeout then comes when all
+/// else that was asked for, writing too, is done.
 class KORVA_API Vars : public std::vector<std::pair<std::string, std::string>>
 {
 public:
@@ -43,9 +44,9 @@ public:
     /// number above 20) in the list's order. Any name is accepted; what is neither stored nor acted
     /// on has no effect. While the environment variable IPCONFIG is "off", the first ipConfig is
     /// removed from the list. Otherwise the list stays as it is: read afterwards to see the result.
-    /// Two blinks; takes 320 ms, 5 ms a page of the image, and two commands or more; EnableInetd in
-    /// _control five seconds more. Variables that are too large fail before anything is written;
-    /// any other failure stops it, and what was done before stays done.
+    /// Two blinks; takes 340 ms, 5 ms a page of the image, and two commands or more; with safeMode
+    /// 25 ms more, with EnableInetd in _control five seconds. Variables that are too large fail
+    /// before anything is written; any other failure stops it, and what was done before stays done.
     virtual void write();
 
     /// Resets the box to the defaults and leaves the list holding them. In safe mode it only reads,

@@ -86,7 +86,8 @@ TEST(NetworkTest, TriesAgainAfterAFailureButNotWhenTheCommandDoesNotStart)
     expect(unread + ":  unable to convert \"1\" to boolean\n0 1\nI2C write Failure\n" + unread +
                " [DTC_CONF_Status=15] : peripheral access failed : unable to read EEPROM"
                " : dtc_periph_i2c(30) : operation failed : I2C WRITE FAILURE\n0 1\n" +
-               dhcp + "0 1\n" + dhcp + "commmand failed [" + command + "]\n0 3\n0 3\n",
+               dhcp + "0 1\n" + dhcp + "0 1\n" + dhcp + "commmand failed [" + command +
+               "]\n0 3\n0 3\n",
            [&file] {
                setenv("SAFEMODE", "1", 1);
                call();
@@ -94,6 +95,10 @@ TEST(NetworkTest, TriesAgainAfterAFailureButNotWhenTheCommandDoesNotStart)
                onTransfer(1, Transfer::Fails);
                call();
                std::filesystem::create_directory(file); // no file can be written there
+               call();
+               std::filesystem::remove(file);
+               std::filesystem::create_symlink("/dev/full", file); // nor all of it
+               refuseCommand(3); // not to let ifup read without end, should it come to that
                call();
                std::filesystem::remove(file);
                refuseCommand(3); // behind the two that read the clock and the addresses

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "conf/dtc_conf_gpp_control.h"
 #include "conf/dtc_conf_status.h"
 #include "conf/dtc_conf_vars.h"
 #include "periph/dtc_periph_led.h"
@@ -36,6 +37,7 @@ protected:
     ~BoxVarsTest() override
     {
         KORVA::DTC::CONF::setError("none");
+        setControl("none");
         renew();
     }
 

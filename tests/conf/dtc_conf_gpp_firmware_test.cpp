@@ -35,7 +35,6 @@ protected:
         EXPECT_EQ(contentOf(desk / "canary"), "alive");
         EXPECT_EQ(std::distance(fs::directory_iterator(desk), {}), 1);
         EXPECT_EQ(fs::hard_link_count(desk / "canary"), 1U);
-        setControl("none");
     }
 
     /// The commands of an installation, without those of reading the variables before it.

@@ -1,8 +1,10 @@
 #include "conf/dtc_conf_gpp_system.h"
 
 #include "conf/dtc_conf_gpp_fpga.h"
+#include "periph/dtc_periph_exception.h"
 #include "periph/dtc_periph_fpga.h"
 #include "tests/conf/box_vars.h"
+#include "tests/support/signal_storm.h"
 
 #include <chrono>
 
@@ -18,7 +20,7 @@ std::string outputOf(char const* command, unsigned int size = 32)
     std::string buffer(size + 4, '#');
     CONF::popenWithStdout(command, buffer.data(), size);
     EXPECT_EQ(buffer.substr(size), "####") << "written beyond the buffer";
-    EXPECT_NE(buffer.find('\0'), std::string::npos) << "not terminated";
+    EXPECT_EQ(buffer.find('#'), size) << "not zero behind the output";
     return buffer.c_str();
 }
 
@@ -28,7 +30,14 @@ TEST_F(SystemTest, RunsCommandsAndKeepsTheBeginningOfTheirOutput)
     EXPECT_EQ(outputOf("echo 0123456789", 8), "0123456");
     EXPECT_EQ(outputOf("printf 'ab\\200cd'"), "ab");
     EXPECT_EQ(outputOf("echo x >&2 2>/dev/null; exit 3"), "");
-    CONF::popenWithStdout("echo unread", nullptr, 0);
+    char const* const slow = "i=0; while [ $i -lt 9 ]; do echo $i; i=$((i+1)); sleep 0; done; "
+                             "echo x >> /tmp/done";
+    {
+        SignalStorm const interrupting;
+        EXPECT_EQ(outputOf(slow), "0\n1\n2\n3\n4\n5\n6\n7\n8\n");
+    }
+    CONF::popenWithStdout(slow, nullptr, 0);
+    EXPECT_EQ(boxFile("/tmp/done"), "x\nx\n") << "also with nobody to read the output";
     CONF::logEnable();
     testing::internal::CaptureStdout();
     outputOf("echo\n abc");
@@ -64,6 +73,9 @@ TEST_F(SystemTest, AsksTheInterfaceForItsAddresses)
 TEST_F(SystemTest, ReadsTheClockAndHandsHostileValuesToDateAsOneWord)
 {
     vars.assign({{"time", "old"}, {"other", "1"}});
+    PLATFORM::FAULTS::refuseCommand(1);
+    EXPECT_NE(failureOf([&] { readVarsFromSys(vars); }), "none");
+    EXPECT_EQ(vars, (VariableList{{"time", "none"}, {"other", "1"}}));
     for (char const* text : {"1970/01/01 00:00:05", "1969/12/31 23:59:59", ""}) {
         setBoxFile("/bin/date", std::string("#!/bin/sh\necho '") + text + "'\n");
         readVarsFromSys(vars);
@@ -109,6 +121,11 @@ TEST_F(SystemTest, BlinksSlowly)
     flashLED(PERIPH::getI2CLed2(), 2);
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(300));
     EXPECT_EQ(newTransfers().size(), 4U * 3);
+    setBoxFile("/var/lock/i2c", "");
+    auto const taken = std::chrono::steady_clock::now();
+    EXPECT_NE(failureOf<PERIPH::Exception>([] { flashLED(PERIPH::getI2CLed2(), 1); }), "none");
+    auto const waited = std::chrono::steady_clock::now() - taken;
+    EXPECT_TRUE(waited >= std::chrono::seconds(1) && waited < std::chrono::seconds(5));
 }
 
 } // namespace

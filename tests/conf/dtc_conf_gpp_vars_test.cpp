@@ -4,28 +4,33 @@
 #include "tests/conf/box_vars.h"
 #include "tests/support/child.h"
 
+#include <future>
 #include <list>
 
 using namespace KORVA::DTC;
 using namespace KORVA::DTC::CONF;
 using namespace testing_support;
 using testing::AnyOf;
+using testing::Contains;
+using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsSupersetOf;
+using testing::Pair;
 using testing::StartsWith;
 
 namespace {
 
 TEST_F(BoxVarsTest, ReadsLiveValuesOverStoredOnesOverDefaults)
 {
-    setBoxFile("/tmp/ip_client", " 10.0.0.6 more\n");
+    std::string const client(1000, '6');
+    setBoxFile("/tmp/ip_client", " \n" + client + "\tmore\n");
     setBoxFile("/run/network", "up\n");
     setBoxFile("/run/address", "10.0.0.5\n");
     writeVarsToEeprom({{"_state", "stored"}, {"ipConfig", "10.0.0.5"}});
     VariableList expected{{"_state", "stored"},  {"ipConfig", "10.0.0.5"},
                           {"fpgaRev", "2.17"},   {"serialNum", "00:1B:C5:07:90:01"},
                           {"boardRev", "2"},     {"ipAddress", "10.0.0.5"},
-                          {"safeMode", "false"}, {"ipClient", "10.0.0.6"},
+                          {"safeMode", "false"}, {"ipClient", client},
                           {"addrConf", ":55756"}};
     vars.read();
     EXPECT_EQ(vars.size(), 34U);
@@ -41,7 +46,12 @@ TEST_F(BoxVarsTest, ReadsLiveValuesOverStoredOnesOverDefaults)
 
 TEST_F(BoxVarsTest, WritesARequest)
 {
-    EXPECT_EQ(standbyMinutes(), "20");
+    char const* const ledChanges = "write bit_io 0x1a 2: 01";
+    newTransfers();
+    request({});
+    EXPECT_THAT(newTransfers(), Contains(StartsWith(ledChanges)).Times(4)) << "two blinks";
+    EXPECT_THAT(newCommands(), ElementsAre(StartsWith("date '+"), StartsWith("date -s 20")));
+    EXPECT_EQ(boxFile("/dev/i2c/eeprom").find('\0'), 287U) << "the defaults";
     request({{"ipConfig", "192.168.0.10"},
              {"foo", "bar"},
              {"swRev", "9"},
@@ -50,9 +60,11 @@ TEST_F(BoxVarsTest, WritesARequest)
              {"safeMode", "False"},
              {"time", "2013/05/14 09:30:00"}});
     setenv("IPCONFIG", "off", 1);
-    request({{"ipConfig", "dhcp"}, {"_control", "EnableInetd"}, {"standbyMinutes", " 045x"}});
+    request({{"ipConfig", "dhcp"}, {"_control", "EnableInetd"}});
     unsetenv("IPCONFIG");
+    newTransfers();
     vars.read();
+    EXPECT_THAT(newTransfers(), Contains(StartsWith(ledChanges)).Times(2)) << "one blink";
     VariableList const expected{
         {"ipConfig", "192.168.0.10"}, {"_error", "x"}, {"_control", "ReadFpga"}};
     EXPECT_THAT(vars, IsSupersetOf(expected)) << "but for the network that is off";
@@ -60,9 +72,22 @@ TEST_F(BoxVarsTest, WritesARequest)
     EXPECT_THAT(vars.getVar("time"), StartsWith("2013/05/14 09:30:"));
     EXPECT_EQ(vars.size(), 34U) << "foo is none";
     EXPECT_EQ(bootRecord(), std::string(64, '\0'));
-    for (char const* refused : {"20", "-30", "abc", ""})
-        setStandbyMinutes(refused);
-    EXPECT_EQ(standbyMinutes(), "45");
+    setenv("IPCONFIG", "off", 1);
+    request({{"ipConfig", "dhcp"}, {"ipConfig", "10.0.0.7"}});
+    EXPECT_THAT(vars, ElementsAre(Pair("ipConfig", "10.0.0.7"))) << "only the first goes";
+}
+
+// In a process of its own, because nothing leads back to the first value.
+TEST_F(BoxVarsTest, SetsStandbyMinutesAboveTwenty)
+{
+    Fork child([this] {
+        EXPECT_EQ(standbyMinutes(), "20");
+        request({{"standbyMinutes", " 045x"}});
+        for (char const* refused : {"20", "-30", "abc", ""})
+            setStandbyMinutes(refused);
+        EXPECT_EQ(standbyMinutes(), "45");
+    });
+    EXPECT_EQ(child.wait(), 0);
 }
 
 TEST_F(BoxVarsTest, RestoresTheDefaultsUnlessInSafeMode)
@@ -99,6 +124,20 @@ void readAgainAndAgain()
         EXPECT_EQ(vars.getVar("boardRev"), "2");
     }
     EXPECT_GT(succeeded, 0);
+}
+
+TEST_F(BoxVarsTest, ThreadsReadWhileOneWrites)
+{
+    writeVarsToEeprom(imageOf('a'));
+    auto const start = [] { return std::async(std::launch::async, readAgainAndAgain); };
+    std::future<void> const readers[] = {start(), start()}; // which wait at the end
+    for (char const letter : {'b', 'a', 'b'}) {
+        VariableList pairs = imageOf(letter);
+        pairs.insert(pairs.end(), {{"_error", "x"}, {"_control", "y"}});
+        request(pairs);
+        for (char const other : {'a', 'b', 'a', 'b'})
+            writeVarsToEeprom(imageOf(other));
+    }
 }
 
 TEST_F(BoxVarsTest, ReadersInOtherProcessesSeeWholeImages)
