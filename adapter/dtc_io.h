@@ -18,7 +18,9 @@
  * Handles. DTC_IO_Create and DTC_IO_Open store a connection handle through their last argument,
  * which must not be null. The library owns what it stands for; the caller gives it back with
  * DTC_IO_Close, once. No other function checks a handle: one that is null, closed or made up is
- * undefined behaviour. Unloading the library closes what is still open.
+ * undefined behaviour. Unloading the library closes what is still open. End the process, or unload,
+ * only when no thread is inside a call: one in the middle of a message holds exit up until its peer
+ * goes on.
  *
  * Messages and buffers. A message is 1 to 0xFFFFFFFF bytes of any content, and a 32-bit tag that
  * the receiver gets unchanged. Buffers are declared as pointers to unsigned int but hold bytes and
@@ -92,8 +94,9 @@ int DTC_Get_Status(void);
  * failure. The text belongs to the library and is valid until the next failure. Some failures have
  * no text of their own, and the connection's (or, for DTC_IO_Create and DTC_IO_Open, the adapter's)
  * previous text appears again: network not configured, sending to a client that does not exist or
- * sending nothing, a null id, and the time-outs of a server. Their status tells all there is to
- * say.
+ * sending nothing, a null id, and a server's wait that ends without a message: by its time-out, by
+ * a signal or for want of clients. Their status tells all there is to say. Want of memory leaves
+ * the text as it was.
  */
 char const* DTC_Get_Error(void);
 
@@ -146,7 +149,8 @@ DTC_IO_STATUS DTC_IO_Send_V2(void* connection, unsigned int clientId, unsigned i
  * message was larger than the buffer: it is lost, and the connection goes on. DTC_IO_FAILED: socket
  * failure, or a peer that does not keep to the message format, after which nothing sensible can be
  * expected of it. A server's client that falls silent without closing is noticed after about 30
- * seconds; a client connection to a server that vanishes is not noticed by waiting.
+ * seconds: one call gives DTC_IO_FAILED, the next finds it gone. A client connection to a server
+ * that vanishes is not noticed by waiting.
  *
  * Among clients with a message waiting, a server always takes the one in the lowest of its eight
  * places.

@@ -19,20 +19,37 @@
 namespace KORVA::DTC {
 namespace {
 
-constexpr char const* singleAccessService = "dtc_io";
 constexpr char const* noSocket = "Failed to create socket";
+
+template <typename Server>
+skylark_Connection* serverOn(std::unique_ptr<uSocket> socket, unsigned int param)
+{
+    return new Server(socket.release(), param);
+}
 
 struct Service
 {
     char const* name;
     unsigned int port;
+    skylark_Connection* (*makeServer)(std::unique_ptr<uSocket> socket, unsigned int param);
 };
 
-constexpr Service services[] = {{singleAccessService, 55755}, {"dtc_conf", 55756}};
+constexpr Service services[] = {{"dtc_io", 55755, serverOn<skylark_Server_SingleAccess>},
+                                {"dtc_conf", 55756, serverOn<skylark_Server_SharedAccess>}};
 
 char const* textOf(char const* text)
 {
     return text == nullptr ? "" : text;
+}
+
+/// Null when the service is unknown.
+Service const* findService(char const* name)
+{
+    auto const* const found =
+        std::find_if(std::begin(services), std::end(services), [name](Service const& candidate) {
+            return candidate.name == std::string_view(textOf(name));
+        });
+    return found != std::end(services) ? found : nullptr;
 }
 
 /// The number that text begins with: hexadecimal after "0x", octal after "0", else decimal.
@@ -70,14 +87,6 @@ std::string failureOf(uSocket const* socket, char const* advice)
     if (socket == nullptr || socket->IsDescriptorTooLarge())
         return noSocket;
     return std::string(socket->GetLastErrorText()) + advice;
-}
-
-skylark_Connection* makeServer(std::string_view service, std::unique_ptr<uSocket> socket,
-                               unsigned int param)
-{
-    if (service == singleAccessService)
-        return new skylark_Server_SingleAccess(socket.release(), param);
-    return new skylark_Server_SharedAccess(socket.release(), param);
 }
 
 } // namespace
@@ -137,7 +146,7 @@ IOAdapter_Connection* skylark_IOAdapter::create(char const* service, unsigned in
         m_error = failureOf(socket.get(), "");
         return nullptr;
     }
-    skylark_Connection* const server = makeServer(service, std::move(socket), param);
+    auto* const server = findService(service)->makeServer(std::move(socket), param);
     add_connection(server);
     return server;
 }
@@ -193,11 +202,8 @@ bool skylark_IOAdapter::lookup_service(char const* address, char const* service,
 {
     host.clear();
     port = 0;
-    std::string_view const name = textOf(service);
-    auto const* const found =
-        std::find_if(std::begin(services), std::end(services),
-                     [name](Service const& candidate) { return name == candidate.name; });
-    if (found == std::end(services)) {
+    Service const* const found = findService(service);
+    if (found == nullptr) {
         std::printf("Unknown service requested: %s\n", textOf(service));
         return false;
     }

@@ -44,7 +44,7 @@ protected:
     std::unique_ptr<uSocket> m_socket;
 
 private:
-    DTC_IO_STATUS read_payload(uSocket& socket, unsigned char* buffer, unsigned int length);
+    DTC_IO_STATUS payload_read(uSocket const& socket, unsigned int result);
     DTC_IO_STATUS discard_payload(uSocket& socket, unsigned char* buffer, unsigned int size,
                                   unsigned int length);
     DTC_IO_STATUS transfer_failed(uSocket const& socket, unsigned int result);

@@ -125,7 +125,8 @@ DTC_IO_STATUS skylark_Connection::receive_sock(uSocket* socket, unsigned int* ta
     auto* const payload = reinterpret_cast<unsigned char*>(buffer);
     if (header.byteCount > size)
         return discard_payload(*socket, payload, size, header.byteCount);
-    DTC_IO_STATUS const status = read_payload(*socket, payload, header.byteCount);
+    DTC_IO_STATUS const status =
+        payload_read(*socket, readWhole(*socket, payload, header.byteCount));
     if (status == DTC_IO_SUCCESS) {
         store(received, header.byteCount);
         *tag = header.tag;
@@ -133,10 +134,8 @@ DTC_IO_STATUS skylark_Connection::receive_sock(uSocket* socket, unsigned int* ta
     return status;
 }
 
-DTC_IO_STATUS skylark_Connection::read_payload(uSocket& socket, unsigned char* buffer,
-                                               unsigned int length)
+DTC_IO_STATUS skylark_Connection::payload_read(uSocket const& socket, unsigned int result)
 {
-    unsigned int const result = readWhole(socket, buffer, length);
     if (result == uSocket::Success)
         return DTC_IO_SUCCESS;
     DTC_IO_STATUS const status = transfer_failed(socket, result);
@@ -150,14 +149,15 @@ DTC_IO_STATUS skylark_Connection::discard_payload(uSocket& socket, unsigned char
                                                   unsigned int size, unsigned int length)
 {
     m_error.set("Message too large for buffer");
-    for (unsigned int left = length; left > 0;) {
-        unsigned int const piece = std::min(left, size);
-        DTC_IO_STATUS const status = read_payload(socket, buffer, piece);
-        if (status != DTC_IO_SUCCESS)
-            return status;
-        left -= piece;
+    unsigned int result = uSocket::Success;
+    for (unsigned int left = length; result == uSocket::Success && left > 0;) {
+        unsigned int count = 0;
+        result = socket.ReadData(buffer, std::min(left, size), 0, &count);
+        if (result == uSocket::Success)
+            left -= count;
     }
-    return DTC_IO_INVALID;
+    DTC_IO_STATUS const status = payload_read(socket, result);
+    return status == DTC_IO_SUCCESS ? DTC_IO_INVALID : status;
 }
 
 DTC_IO_STATUS skylark_Connection::transfer_failed(uSocket const& socket, unsigned int result)

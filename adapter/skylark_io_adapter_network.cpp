@@ -1,11 +1,11 @@
 #include "adapter/skylark_io_adapter_network.h"
 
 #include "adapter/skylark_io_adapter_box_file.h"
-#include "adapter/skylark_io_adapter_cancellation.h"
 #include "conf/dtc_conf_schema.h"
 #include "conf/dtc_conf_status.h"
 #include "conf/dtc_conf_vars.h"
 #include "platform/platform.h"
+#include "util/no_cancellation.h"
 #include "util/umutex.h"
 
 #include <atomic>
@@ -90,7 +90,7 @@ void writeDhcp(std::FILE* file, CONF::Vars& vars)
 /// whole.
 bool writeInterfaces(CONF::Vars& vars, std::string const& config)
 {
-    BoxFile file = rewriteBoxFile("/tmp/interfaces");
+    FileStream file = rewriteBoxFile("/tmp/interfaces");
     if (file == nullptr)
         return false;
     std::fputs("auto lo\niface lo inet loopback\n", file.get());

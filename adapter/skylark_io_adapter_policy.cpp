@@ -30,7 +30,7 @@ Decision decide(std::string const& address, bool severalMachines)
 void recordHolder(char const* holder) noexcept
 {
     try {
-        BoxFile const record = rewriteBoxFile("/tmp/ip_client");
+        FileStream const record = rewriteBoxFile("/tmp/ip_client");
         if (record != nullptr)
             std::fprintf(record.get(), "%s\n", holder);
     } catch (...) { // out of memory
@@ -42,7 +42,7 @@ void recordHolder(char const* holder) noexcept
 uMutex skylark_Server::m_conf_lock;
 
 /// A client that cannot be judged is refused without a sign.
-bool skylark_Server::is_client_allowed(char const* address)
+bool skylark_Server::is_client_allowed(char const* address) noexcept
 {
     uMutexGuard const guard(m_conf_lock);
     try {

@@ -1,8 +1,8 @@
 #include "adapter/skylark_io_adapter_server.h"
 
-#include "adapter/skylark_io_adapter_cancellation.h"
 #include "adapter/skylark_io_adapter_select.h"
 #include "adapter/skylark_io_adapter_wait.h"
+#include "util/no_cancellation.h"
 #include "util/usocket.h"
 
 #include <algorithm>
@@ -31,11 +31,10 @@ DTC_IO_STATUS skylark_Server::receive_ready(unsigned int timeout)
 {
     uMutexGuard guard(m_lock);
     for (;;) {
-        ServerWait wait(timeout);
-        clientPtr const* const client = wait_for_ready_client(wait, guard);
-        if (client == nullptr)
+        WaitResult const wait = wait_for_ready_client(timeout, guard);
+        if (wait.client == nullptr)
             return m_clientCount != 0 ? DTC_IO_TIMEOUT : DTC_IO_DISCONNECTED;
-        if (is_still_readable(*client, wait.epoch()))
+        if (is_still_readable(wait))
             return DTC_IO_SUCCESS;
     }
 }
@@ -52,15 +51,16 @@ DTC_IO_STATUS skylark_Server::receive(unsigned int* clientId, unsigned int* tag,
         // Once a client is lost the call waits on for the others: short time-outs must not make it
         // spin.
         constexpr unsigned int leastRewaitMs = 50;
-        ServerWait wait(clientLost ? std::max(timeout, leastRewaitMs) : timeout);
-        clientPtr* const client = wait_for_ready_client(wait, guard);
+        WaitResult const wait =
+            wait_for_ready_client(clientLost ? std::max(timeout, leastRewaitMs) : timeout, guard);
+        clientPtr* const client = wait.client;
         if (client == nullptr) {
             bool const noClient = m_clientCount == 0;
-            if (clientLost && !noClient && !wait.failed())
+            if (clientLost && !noClient && !wait.failed)
                 continue;
             return noClient ? DTC_IO_DISCONNECTED : DTC_IO_TIMEOUT;
         }
-        if (!is_still_readable(*client, wait.epoch()))
+        if (!is_still_readable(wait))
             continue;
         ++m_epoch;
         DTC_IO_STATUS const status =
@@ -79,11 +79,12 @@ DTC_IO_STATUS skylark_Server::receive(unsigned int* clientId, unsigned int* tag,
 
 /// Two threads may have waited for the same client, and the other one was faster: reading now would
 /// block with the lock held. Without another thread this costs no system call.
-bool skylark_Server::is_still_readable(clientPtr const& client, std::uint64_t since) const
+bool skylark_Server::is_still_readable(WaitResult const& wait) const
 {
-    if (client.socket == nullptr)
+    uSocket const* const socket = wait.client->socket.get();
+    if (socket == nullptr)
         return false;
-    return m_epoch == since || select_readable(client.socket->GetDescriptor(), 0) > 0;
+    return m_epoch == wait.epoch || select_readable(socket->GetDescriptor(), 0) > 0;
 }
 
 DTC_IO_STATUS skylark_Server::send(unsigned int clientId, unsigned int tag, unsigned int* buffer,
@@ -100,15 +101,16 @@ DTC_IO_STATUS skylark_Server::send(unsigned int clientId, unsigned int tag, unsi
     return status;
 }
 
-skylark_Server::clientPtr* skylark_Server::wait_for_ready_client(ServerWait& wait,
+skylark_Server::WaitResult skylark_Server::wait_for_ready_client(unsigned int timeout,
                                                                  uMutexGuard& guard)
 {
+    ServerWait wait(timeout);
     int const listening = m_socket->GetDescriptor();
     for (;;) {
         fd_set set;
         int maxfd = 0;
         initialize_readset(set, maxfd);
-        wait.set_epoch(m_epoch);
+        std::uint64_t const epoch = m_epoch;
         if (!wait.listens())
             FD_CLR(listening, &set);
 
@@ -118,14 +120,13 @@ skylark_Server::clientPtr* skylark_Server::wait_for_ready_client(ServerWait& wai
         guard.Acquire();
 
         if (readable == -1) {
-            if (error == EBADF && m_epoch != wait.epoch())
+            if (error == EBADF && m_epoch != epoch)
                 continue; // another thread removed a client that is in the set
-            wait.fail();
-            return nullptr;
+            return {nullptr, epoch, true};
         }
         if (readable == 0) {
             if (wait.is_over())
-                return nullptr;
+                return {nullptr, epoch, false};
             continue;
         }
         if (FD_ISSET(listening, &set)) {
@@ -136,7 +137,7 @@ skylark_Server::clientPtr* skylark_Server::wait_for_ready_client(ServerWait& wai
         }
         clientPtr* const client = find_ready_client(set);
         if (client != nullptr)
-            return client;
+            return {client, epoch, false};
     }
 }
 
@@ -170,7 +171,7 @@ bool skylark_Server::accept_client()
     if (socket == nullptr)
         return false;
     if (add_client(socket.get()))
-        static_cast<void>(socket.release()); // its place in the table owns it now
+        static_cast<void>(socket.release()); // its slot in the table owns it now
     else
         socket->Abort();
     return true;
@@ -217,7 +218,7 @@ bool skylark_Server::initialize_client(uSocket* socket)
     return true;
 }
 
-/// A dead place is not free: its socket still waits to be closed.
+/// A dead slot is not free: its socket still waits to be closed.
 skylark_Server::clientPtr* skylark_Server::find_free_slot()
 {
     for (unsigned int i = 0; i < capacity; ++i) {

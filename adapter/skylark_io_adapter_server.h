@@ -16,12 +16,10 @@
 
 namespace KORVA::DTC {
 
-class ServerWait;
-
 class skylark_Server : public skylark_Connection
 {
 public:
-    /// One place of the client table. Free: no socket. Live: marked and with a socket. Dead: a
+    /// One slot of the client table. Free: no socket. Live: marked and with a socket. Dead: a
     /// socket without the mark, whose client a send has found gone; the next wait clears it.
     struct clientPtr
     {
@@ -44,10 +42,10 @@ public:
 
     /// Whether a client at the dotted address is admitted: not when another machine holds the box
     /// and only one may, nor when the configuration's filter refuses it (the first LED then blinks
-    /// once or twice), nor when the configuration cannot be read. Throws nothing. Called under the
+    /// once or twice), nor when the configuration cannot be read. Called under the
     /// server's lock with cancellation put off; it takes tenths of a second, or seconds when the
     /// bus is busy.
-    virtual bool is_client_allowed(char const* address);
+    virtual bool is_client_allowed(char const* address) noexcept;
     virtual bool is_multiclient_allowed() = 0;
     /// Called under the server's lock, with cancellation put off, when the first client comes and
     /// when the last one has gone.
@@ -67,19 +65,27 @@ protected:
     void remove_client(clientPtr* client);
 
     /// With the lock held: the listening descriptor and those of the live clients; clears dead
-    /// places on the way.
+    /// slots on the way.
     void initialize_readset(fd_set& set, int& maxfd);
     clientPtr* find_ready_client(fd_set set);
 
-    /// Waits for a client with something to read, accepting clients meanwhile; null when the time
-    /// is over or the wait fails. Each client accepted or refused starts the time-out anew. The
-    /// guard holds the lock before and after, not while waiting.
-    clientPtr* wait_for_ready_client(ServerWait& wait, uMutexGuard& guard);
+    /// What a wait came to.
+    struct WaitResult
+    {
+        clientPtr* client = nullptr; ///< Null when the time is over or the wait failed.
+        std::uint64_t epoch = 0;     ///< The state of the client table that it stands for.
+        bool failed = false;
+    };
+
+    /// Waits for a client with something to read, accepting clients meanwhile. Each client accepted
+    /// or refused starts the time-out anew. The guard holds the lock before and after, not while
+    /// waiting.
+    WaitResult wait_for_ready_client(unsigned int timeout, uMutexGuard& guard);
 
 private:
     bool accept_client();
     clientPtr* find_free_slot();
-    bool is_still_readable(clientPtr const& client, std::uint64_t since) const;
+    bool is_still_readable(WaitResult const& wait) const;
 
     uMutex m_lock;
     std::array<clientPtr, capacity> m_clients;

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cstdint>
 
 namespace KORVA::DTC {
 
@@ -50,13 +49,6 @@ public:
         return m_leftMs == 0;
     }
 
-    /// The state of the client table that the wait's read set stands for.
-    void set_epoch(std::uint64_t epoch) { m_epoch = epoch; }
-    std::uint64_t epoch() const { return m_epoch; }
-
-    void fail() { m_failed = true; }
-    bool failed() const { return m_failed; }
-
 private:
     using Clock = std::chrono::steady_clock;
     static constexpr unsigned int pauseMs = 50;
@@ -72,10 +64,8 @@ private:
     unsigned int m_timeoutMs;
     unsigned int m_leftMs;
     Clock::time_point m_deadline;
-    std::uint64_t m_epoch = 0;
     bool m_hasDeadline = false;
     bool m_listens = true;
-    bool m_failed = false;
 };
 
 } // namespace KORVA::DTC

@@ -1,5 +1,6 @@
 /* The smallest complete adapter library, "example_io.so": carries messages between programs of one
  * machine, over a local socket named after the service. One thread, four clients a server. */
+#define _GNU_SOURCE /* accept4 */
 #include <adapter/dtc_io.h>
 
 #include <errno.h>
@@ -113,7 +114,7 @@ static DTC_IO_STATUS connection_for(const char* service, int is_server, void** h
 
 static DTC_IO_STATUS admit(Connection* server)
 {
-    int const fd = accept(server->place[0].fd, NULL, NULL);
+    int const fd = accept4(server->place[0].fd, NULL, NULL, SOCK_CLOEXEC);
     if (fd < 0)
         return fail(DTC_IO_FAILED, "accept", strerror(errno));
     for (int i = 1; i <= CLIENTS; ++i) {
@@ -149,6 +150,8 @@ static int ready_peer(Connection* connection)
 static int wait_for_peer(Connection* connection, unsigned int timeout)
 {
     for (;;) {
+        if (connection->place[0].fd < 0 && !has_peer(connection))
+            return fail(DTC_IO_DISCONNECTED, "receive", "the server has gone");
         int const count = poll(connection->place, 1 + CLIENTS, (int)timeout);
         if (count <= 0 && !has_peer(connection))
             return fail(DTC_IO_DISCONNECTED, "receive", "nobody is connected");

@@ -1,6 +1,7 @@
 #include "util/usocket.h"
 
 #include "util/descriptor.h"
+#include "util/no_cancellation.h"
 #include "util/usocket_error.h"
 
 #include <arpa/inet.h>
@@ -68,6 +69,13 @@ int connectTo(int descriptor, sockaddr_in const& address)
     if (connect(descriptor, reinterpret_cast<sockaddr const*>(&address), sizeof address) == 0)
         return 0;
     return errno == EINTR ? finishConnect(descriptor) : -1;
+}
+
+/// close(2), which a cancelled thread must not be ended by: destructors come here.
+void closeWhole(int descriptor)
+{
+    NoCancellation const whole;
+    close(descriptor);
 }
 
 bool isConnectionLost(int error)
@@ -156,7 +164,7 @@ uSocket* uSocket::AcceptClient()
         return accept4(m_descriptor, reinterpret_cast<sockaddr*>(&peer), &size, SOCK_CLOEXEC);
     }));
     if (accepted->IsDescriptorTooLarge()) {
-        accepted->Close();
+        accepted->Abort(); // no farewell, as Abort tells
         errno = EMFILE;
     }
     if (accepted->m_descriptor == -1) {
@@ -233,13 +241,13 @@ void uSocket::Close()
         return;
     int const descriptor = std::exchange(m_descriptor, -1);
     shutdown(descriptor, SHUT_RDWR);
-    close(descriptor);
+    closeWhole(descriptor);
 }
 
 void uSocket::Abort()
 {
     if (m_descriptor >= 0)
-        close(std::exchange(m_descriptor, -1));
+        closeWhole(std::exchange(m_descriptor, -1));
 }
 
 unsigned int uSocket::getLastSockErr(char const* prefix)

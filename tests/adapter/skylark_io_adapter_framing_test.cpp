@@ -52,7 +52,7 @@ TEST_F(FramingTest, RefusesWhatItCannotTakeAndStaysInStep)
         peer.send(c.bytes);
         Incoming const refused = receive();
         EXPECT_EQ(refused.status, c.status);
-        EXPECT_EQ(refused.tag, 0U);
+        EXPECT_TRUE(refused.clientId == 99 && refused.tag == 0 && refused.length == 0);
         EXPECT_STREQ(server.get_error(), c.error);
         expectNextMessageIntact();
     }
@@ -64,6 +64,21 @@ TEST_F(FramingTest, RefusesWhatItCannotTakeAndStaysInStep)
     EXPECT_EQ(server.receive(&word, &word, &word, 0, &word, 0), DTC_IO_INVALID);
     EXPECT_STREQ(server.get_error(), "Invalid parameter");
     EXPECT_EQ(server.receive(&word, &word, &word, 4, nullptr, patienceMs), DTC_IO_SUCCESS);
+}
+
+TEST_F(FramingTest, DropsEachPieceOfAMessageTooLargeAtTheStartOfTheBuffer)
+{
+    unsigned int const id = peer.localPort();
+    peer.send(header(80, 1) + std::string(40, 'a'));
+    while (server.bytesFrom(id) < 16 + 40)
+        std::this_thread::yield();
+    std::thread rest([&] {
+        while (server.bytesFrom(id) > 0)
+            std::this_thread::yield();
+        peer.send(std::string(40, 'b'));
+    });
+    EXPECT_EQ(receive().buffer, std::string(40, 'b') + std::string(24, '\0'));
+    rest.join();
 }
 
 TEST_F(ServerTest, ReportsAPeerThatLeavesWhereverItStands)

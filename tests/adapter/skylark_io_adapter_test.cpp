@@ -113,6 +113,40 @@ TEST_F(AdapterTest, HandsOutConnectionsOrTheReasonForNone)
     EXPECT_EQ(std::signal(SIGPIPE, SIG_IGN), SIG_IGN);
 }
 
+// Whoever fails to create a server, or closes a connection, gives it up whole, also in a thread
+// that is being cancelled.
+TEST_F(AdapterTest, KeepsTheOtherConnectionsWhicheverIsClosedByWhom)
+{
+    void* server = nullptr;
+    void* clients[3] = {};
+    ASSERT_EQ(DTC_IO_Create("dtc_io", 0, &server), DTC_IO_SUCCESS);
+    for (void*& client : clients) {
+        ASSERT_EQ(DTC_IO_Open("0x7F000001", "dtc_io", &client), DTC_IO_SUCCESS);
+        EXPECT_EQ(DTC_IO_Receive_Ready(server, 0), DTC_IO_TIMEOUT) << "accepted";
+    }
+    std::size_t const descriptors = openDescriptors();
+    DTC_IO_Close(clients[1]);
+    for (void* const client : {clients[0], clients[2]}) {
+        unsigned int sender = 0;
+        EXPECT_EQ(DTC_IO_Send_V2(client, 0, 7, &port, 4, nullptr), DTC_IO_SUCCESS);
+        EXPECT_EQ(DTC_IO_Receive(server, &sender, &port, &port, 4, &port, 20'000), DTC_IO_SUCCESS);
+        EXPECT_EQ(DTC_IO_Local_Id(client, &port), DTC_IO_SUCCESS);
+        EXPECT_EQ(sender, port) << "both ends know the client by one number";
+    }
+    int closed = 0;
+    for (void* const connection : {clients[2], clients[0], server}) {
+        std::thread([&] {
+            pthread_cancel(pthread_self());
+            void* second = nullptr;
+            DTC_IO_Create("dtc_io", 0, &second);
+            DTC_IO_Close(connection);
+            ++closed;
+        }).join();
+    }
+    EXPECT_EQ(closed, 3);
+    EXPECT_EQ(openDescriptors(), descriptors - 7);
+}
+
 // Two threads fail on one connection, and each hands the text on while the other one fails again.
 TEST(ErrorTextTest, CanBeCopiedWhileOtherThreadsFail)
 {

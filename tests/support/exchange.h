@@ -6,25 +6,26 @@
 
 namespace testing_support {
 
-/// What one receive brought, the payload as text.
+/// What one receive brought. Numbers that it leaves alone are 99.
 struct Incoming
 {
     DTC_IO_STATUS status = 0;
-    unsigned int clientId = 0;
-    unsigned int tag = 0;
+    unsigned int clientId = 99;
+    unsigned int tag = 99;
+    unsigned int length = 99;
+    std::string buffer;
     std::string payload;
 };
 
 inline Incoming receiveFrom(KORVA::DTC::IOAdapter_Connection& connection, unsigned int timeoutMs,
                             unsigned int sizeBytes = 64)
 {
-    std::string buffer(sizeBytes, '\0');
     Incoming result;
-    unsigned int length = 99;
+    result.buffer.assign(sizeBytes, '\0');
     result.status = connection.receive(&result.clientId, &result.tag,
-                                       reinterpret_cast<unsigned int*>(buffer.data()), sizeBytes,
-                                       &length, timeoutMs);
-    result.payload = buffer.substr(0, result.status == DTC_IO_SUCCESS ? length : 0);
+                                       reinterpret_cast<unsigned int*>(result.buffer.data()),
+                                       sizeBytes, &result.length, timeoutMs);
+    result.payload = result.buffer.substr(0, result.status == DTC_IO_SUCCESS ? result.length : 0);
     return result;
 }
 

@@ -5,6 +5,7 @@
 #include "util/usocket.h"
 
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -27,9 +28,11 @@ class TestServer : public KORVA::DTC::skylark_Server
 public:
     explicit TestServer(unsigned int port = 0) : skylark_Server(listenOn(port), 0) {}
 
-    bool is_client_allowed(char const* /*address*/) override
+    bool is_client_allowed(char const* /*address*/) noexcept override
     {
         ++asked;
+        if (whenAsked)
+            whenAsked();
         return admits;
     }
     bool is_multiclient_allowed() override { return true; }
@@ -65,6 +68,7 @@ public:
         return testing_support::optionOf(descriptor, level, name);
     }
 
+    std::function<void()> whenAsked; ///< Runs while a client is judged, under the server's lock.
     bool admits = true;
     bool notes = true;
     std::atomic<int> asked{0};

@@ -2,7 +2,7 @@
 
 #include <pthread.h>
 
-namespace KORVA::DTC {
+namespace KORVA {
 
 /// Puts off the cancellation of the calling thread while it lives: a request that comes meanwhile
 /// takes effect at the thread's next cancellation point after it. For work that must be whole, or
@@ -19,4 +19,4 @@ private:
     int m_previous = PTHREAD_CANCEL_ENABLE;
 };
 
-} // namespace KORVA::DTC
+} // namespace KORVA
