@@ -1,5 +1,4 @@
 #include "tests/tools/dtcctl_child.h"
-#include "tools/dtcctl_round_trips.h"
 
 using namespace testing_support;
 using testing::ContainsRegex;
@@ -79,17 +78,6 @@ TEST(DtcctlTest, LosesNoOutput)
     std::string const before = boxFile("/dev/mem").substr(0, 4096);
     EXPECT_EQ(inShell("vars list >&-"), 1);
     EXPECT_EQ(boxFile("/dev/mem").substr(0, 4096), before);
-}
-
-TEST(DtcctlTest, SumsRoundTripsUp)
-{
-    dtcctl::RoundTrips times;
-    for (double const milliseconds : {3.0, 1.0, 5.0, 7.0})
-        times.add(milliseconds);
-    EXPECT_EQ(times.minimum(), 1);
-    EXPECT_EQ(times.maximum(), 7);
-    EXPECT_DOUBLE_EQ(times.average(), 4);
-    EXPECT_DOUBLE_EQ(times.deviation() * times.deviation(), 5);
 }
 
 TEST(ExamplesTest, TalkToEachOther)
