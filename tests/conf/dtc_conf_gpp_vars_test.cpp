@@ -132,11 +132,12 @@ TEST_F(BoxVarsTest, ThreadsReadWhileOneWrites)
     auto const start = [] { return std::async(std::launch::async, readAgainAndAgain); };
     std::future<void> const readers[] = {start(), start()}; // which wait at the end
     for (char const letter : {'b', 'a', 'b'}) {
-        VariableList pairs = imageOf(letter);
-        pairs.insert(pairs.end(), {{"_error", "x"}, {"_control", "y"}});
-        request(pairs);
-        for (char const other : {'a', 'b', 'a', 'b'})
+        request(imageOf(letter));
+        for (char const other : {'a', 'b', 'a', 'b'}) {
             writeVarsToEeprom(imageOf(other));
+            setError("x");
+            setControl("y");
+        }
     }
 }
 
