@@ -18,12 +18,12 @@ TEST(DtcctlTest, ServesSendsAndPings)
     std::string const file = fileWith(std::string(300'000, 'x') + "end");
     std::string const reply = dtcctl({"send", "skylark0:0x7F000001", "--file", file});
     EXPECT_EQ(reply.substr(reply.find("end")), "endreply: 300003 bytes, tag 0\n");
-    EXPECT_THAT(dtcctl("ping localhost -c 3 -i 0 -s 1000"),
+    EXPECT_THAT(dtcctl("ping localhost -c 3 -i 0 -s 1000 -W 60000"),
                 AllOf(HasSubstr("1000 bytes from localhost: seq=3 time="),
                       HasSubstr("3 packets transmitted, 3 received, 0% packet loss"),
                       ContainsRegex("rtt min/avg/max/mdev = [0-9.]+/[0-9.]+/[0-9.]+/[0-9.]+ ms")));
 
-    Child pinging(commandLine({"ping", "127.0.0.1"}));
+    Child pinging(commandLine(words("ping 127.0.0.1 -W 60000")));
     EXPECT_TRUE(pinging.waitForOutput("seq=1 "));
     pinging.signal(SIGINT);
     EXPECT_EQ(pinging.wait(), 0);
