@@ -25,7 +25,7 @@ Words variables(bool toWrite)
 /// What an option or positional may be: the help shows a closed list as "TEXT:{echo,none}".
 Words choicesOf(CLI::Option const& option)
 {
-    std::string const name = option.get_single_name();
+    std::string const& name = option.get_single_name();
     if (name == "NAME" || name == "NAME=VALUE")
         return variables(name == "NAME=VALUE");
     std::string const type = option.get_type_name();
