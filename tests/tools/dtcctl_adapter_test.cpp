@@ -40,7 +40,8 @@ TEST(DtcctlAdapterTest, PassesWholeLibraries)
 {
     Child own = startCheck({LIBRARY_DIRECTORY "skylark_io.so"}); // it mostly waits for its box
     setenv("DTC_BOX_ROOT", (std::getenv("DTC_BOX_ROOT") + std::string(".second")).c_str(), 1);
-    std::string const copy = testing::TempDir() + "copy_io.so";
+    std::string const copy =
+        std::filesystem::path(std::getenv("DTC_BOX_ROOT")).parent_path() / "copy_io.so";
     std::filesystem::copy_file(LIBRARY_DIRECTORY "skylark_io.so", copy,
                                std::filesystem::copy_options::overwrite_existing);
     Child copied = startCheck({copy, "--service", "dtc_conf"});
