@@ -149,10 +149,11 @@ static int ready_peer(Connection* connection)
  * and takes 0xFFFFFFFF, as -1, for no limit. A client that comes or goes begins the wait anew. */
 static int wait_for_peer(Connection* connection, unsigned int timeout)
 {
+    struct pollfd* const places = connection->place; /* the first: where a server listens */
     for (;;) {
-        if (connection->place[0].fd < 0 && !has_peer(connection))
+        if (places->fd < 0 && !has_peer(connection))
             return fail(DTC_IO_DISCONNECTED, "receive", "the server has gone");
-        int const count = poll(connection->place, 1 + CLIENTS, (int)timeout);
+        int const count = poll(places, 1 + CLIENTS, (int)timeout);
         if (count <= 0 && !has_peer(connection))
             return fail(DTC_IO_DISCONNECTED, "receive", "nobody is connected");
         if (count == 0)
