@@ -4,31 +4,30 @@
 /// status: 0, 1 (it failed) or 2 (used wrongly).
 #pragma once
 
+#include "tools/dtcctl_command.h"
 #include "tools/dtcctl_failure.h"
-
-#include <CLI/App.hpp>
 
 namespace dtcctl {
 
-// Each adds its subcommand, which stores its exit status in status when it has run.
-void addServe(CLI::App& app, int& status);
-void addSend(CLI::App& app, int& status);
-void addPing(CLI::App& app, int& status);
-void addListen(CLI::App& app, int& status);
-void addAdapter(CLI::App& app, int& status);
-void addWho(CLI::App& app, int& status);
-void addLed(CLI::App& app, int& status);
-void addFpga(CLI::App& app, int& status);
-void addEeprom(CLI::App& app, int& status);
-void addReset(CLI::App& app, int& status);
-void addVars(CLI::App& app, int& status);
-void addChecksum(CLI::App& app, int& status);
-void addFirmware(CLI::App& app, int& status);
+// Each adds its subcommand. Most fail by an exception only; status is what the others exit with.
+void addServe(Command const& program);
+void addSend(Command const& program);
+void addPing(Command const& program, int& status);
+void addListen(Command const& program);
+void addAdapter(Command const& program, int& status);
+void addWho(Command const& program);
+void addLed(Command const& program);
+void addFpga(Command const& program);
+void addEeprom(Command const& program);
+void addReset(Command const& program);
+void addVars(Command const& program);
+void addChecksum(Command const& program);
+void addFirmware(Command const& program);
 
 /// Adds nothing in a build for the real box, where there is no simulated one to show.
-void addBox(CLI::App& app, int& status);
+void addBox(Command const& program);
 
 /// For the completion of shells: tools/dtcctl.bash.
-void addComplete(CLI::App& app, int& status);
+void addComplete(Command const& program);
 
 } // namespace dtcctl

@@ -243,25 +243,23 @@ private:
 
 } // namespace
 
-void addAdapter(CLI::App& app, int& status)
+void addAdapter(Command const& program, int& status)
 {
     auto const options = std::make_shared<AdapterOptions>();
-    CLI::App* const adapter = app.add_subcommand("adapter", "Look after adapter libraries");
-    adapter->require_subcommand(1);
-    CLI::App* const check = adapter->add_subcommand(
+    Command const adapter = program.subcommand("adapter", "Look after adapter libraries");
+    Command const check = adapter.subcommand(
         "check", "Check that an adapter library keeps to the common rules, a line each");
-    check->add_option("FILE", options->file, "The library")
-        ->required()
-        ->check([](std::string const& file) { return file.empty() ? "a name is missing" : ""; });
-    check->add_option("--address", options->address, "Where this machine is, as the library has it")
-        ->capture_default_str();
-    check->add_option("--service", options->service, "The service to create and open")
-        ->capture_default_str();
-    check->add_option("--deadline", options->deadlineS, "A check that takes longer hangs, seconds")
-        ->check(CLI::Range(1U, 3600U))
-        ->capture_default_str();
-    check->add_flag("--json", options->json, "One JSON object");
-    check->callback([options, &status] { status = Checking(*options).run(); });
+    check.argument("FILE", options->file, "The library").required();
+    check.option("--address", options->address, "Where this machine is, as the library has it");
+    check.option("--service", options->service, "The service to create and open");
+    check.option("--deadline", options->deadlineS, "A check that takes longer hangs, seconds")
+        .between(1U, 3600U);
+    check.flag("--json", options->json, "One JSON object");
+    check.onRun([options, &status] {
+        if (options->file.empty())
+            throw UsageError("FILE: a name is missing");
+        status = Checking(*options).run();
+    });
 }
 
 } // namespace dtcctl

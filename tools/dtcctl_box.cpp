@@ -113,21 +113,18 @@ void show(BoxOptions const& options)
 
 } // namespace
 
-void addBox(CLI::App& app, int& status)
+void addBox(Command const& program)
 {
     auto const options = std::make_shared<BoxOptions>();
-    CLI::App* const command = app.add_subcommand("box", "Look at the simulated box");
-    auto* const watching =
-        command->add_flag("--watch", options->watch, "Look again each second, until interrupted");
-    auto* const json = command->add_flag("--json", options->json, "As one JSON object");
-    command->add_flag("--new", options->renew, "Make the box new; what it holds is lost")
-        ->excludes(watching)
-        ->excludes(json);
-    json->excludes(watching);
-    command->callback([options, &status] {
-        show(*options);
-        status = ExitOk;
-    });
+    Command const command = program.subcommand("box", "Look at the simulated box");
+    Option const watching =
+        command.flag("--watch", options->watch, "Look again each second, until interrupted");
+    Option const json = command.flag("--json", options->json, "As one JSON object");
+    command.flag("--new", options->renew, "Make the box new; what it holds is lost")
+        .excludes(watching)
+        .excludes(json);
+    json.excludes(watching);
+    command.onRun([options] { show(*options); });
 }
 
 } // namespace dtcctl

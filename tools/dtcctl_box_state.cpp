@@ -1,19 +1,23 @@
 #include "tools/dtcctl_box_state.h"
 
 #include "platform/simulated/box_files.h"
+#include "platform/simulated/expander.h"
 
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <sstream>
+#include <unistd.h>
 
 namespace dtcctl {
 namespace {
 
 namespace fs = std::filesystem;
+using KORVA::DTC::PLATFORM::Expander;
 
 constexpr std::size_t shownLines = 5;
 constexpr std::size_t shownCharacters = 100;
@@ -51,18 +55,15 @@ std::string word(std::string const& path)
     return text.empty() ? "unknown" : text;
 }
 
-/// An expander's state file: what drives its pins from outside, output, polarity, configuration.
-struct Expander
+/// The state of an expander; that of a new one if it cannot be read.
+Expander expanderIn(std::string const& path)
 {
-    explicit Expander(std::string const& path) : bytes(bytesAt(path, 0, 4)) {}
-
-    unsigned int at(std::size_t index) const { return static_cast<unsigned char>(bytes[index]); }
-    bool isInput(unsigned int pin) const { return (at(3) >> pin & 1) != 0; }
-    bool drivesHigh(unsigned int pin) const { return (at(1) >> pin & 1) != 0; }
-    unsigned int levels() const { return ((at(0) & at(3)) | (at(1) & ~at(3))) ^ at(2); }
-
-    std::string bytes;
-};
+    Expander expander;
+    int const file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    expander.load(file);
+    close(file);
+    return expander;
+}
 
 std::string ledIn(Expander const& expander, unsigned int pin)
 {
@@ -91,13 +92,13 @@ void fillPins(BoxState& state)
 {
     constexpr unsigned int fpgaResetPin = 6;
     constexpr unsigned int boxResetPin = 7;
-    Expander const leds(state.directory + "/dev/i2c/bit_io");
+    Expander const leds = expanderIn(state.directory + "/dev/i2c/bit_io");
     for (unsigned int pin = 0; pin < state.leds.size(); ++pin)
         state.leds[pin] = ledIn(leds, pin);
-    Expander const resets(state.directory + "/dev/i2c/version");
+    Expander const resets = expanderIn(state.directory + "/dev/i2c/version");
     state.fpgaReset = resetIn(resets, fpgaResetPin);
     state.boxReset = resetIn(resets, boxResetPin);
-    state.boardRevision = resets.levels() & 0xF;
+    state.boardRevision = resets.pins() & 0xFU;
 }
 
 void fillRegisters(BoxState& state)

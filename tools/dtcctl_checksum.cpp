@@ -8,17 +8,16 @@
 
 namespace dtcctl {
 
-void addChecksum(CLI::App& app, int& status)
+void addChecksum(Command const& program)
 {
     auto const file = std::make_shared<std::string>();
-    CLI::App* const command = app.add_subcommand(
+    Command const command = program.subcommand(
         "checksum", "Print a file's CRC-32 without its final inversion, in hexadecimal");
-    command->add_option("FILE", *file, "The file")->required();
-    command->callback([file, &status] {
+    command.argument("FILE", *file, "The file").required();
+    command.onRun([file] {
         if (std::filesystem::is_directory(*file))
             throw Failure(*file + ": is a directory");
         std::printf("%08x\n", KORVA::DTC::CONF::checksum(file->c_str()));
-        status = ExitOk;
     });
 }
 

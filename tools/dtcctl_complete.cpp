@@ -1,6 +1,7 @@
 #include "conf/dtc_conf_schema.h"
 #include "tools/dtcctl.h"
 
+#include <CLI/App.hpp>
 #include <cstdio>
 #include <memory>
 
@@ -146,17 +147,14 @@ void complete(CLI::App const& app, Words words)
 
 } // namespace
 
-void addComplete(CLI::App& app, int& status)
+void addComplete(Command const& program)
 {
     auto const words = std::make_shared<Words>();
-    CLI::App* const command =
-        app.add_subcommand("complete", "Print the words that a command line may go on with");
-    command->group(""); // for shells, so the help does not tell it
-    command->add_option("WORD", *words, "The words after dtcctl; the last is to be completed");
-    command->callback([&app, words, &status] {
-        complete(app, *words);
-        status = ExitOk;
-    });
+    Command const command =
+        program.subcommand("complete", "Print the words that a command line may go on with");
+    command.parser().group(""); // for shells, so the help does not tell it
+    command.argument("WORD", *words, "The words after dtcctl; the last is to be completed");
+    command.onRun([program, words] { complete(program.parser(), *words); });
 }
 
 } // namespace dtcctl

@@ -132,29 +132,27 @@ void dump(EepromOptions const& options)
 
 } // namespace
 
-void addEeprom(CLI::App& app, int& status)
+void addEeprom(Command const& program)
 {
     auto const options = std::make_shared<EepromOptions>();
-    CLI::App* const eeprom =
-        app.add_subcommand("eeprom", "Read and write the EEPROM's configuration area");
-    eeprom->require_subcommand(1);
-    auto const add = [&](char const* name, char const* help, bool needsRange,
-                         void (*run)(EepromOptions const&)) {
-        CLI::App* const command = eeprom->add_subcommand(name, help);
-        command->add_option("ADDRESS", options->address, "0 to 16383")->required(needsRange);
-        command->callback([options, &status, run] {
-            run(*options);
-            status = ExitOk;
-        });
+    Command const eeprom =
+        program.subcommand("eeprom", "Read and write the EEPROM's configuration area");
+    constexpr char addresses[] = "0 to 16383";
+    auto const add = [&](char const* name, char const* help, void (*run)(EepromOptions const&)) {
+        Command const command = eeprom.subcommand(name, help);
+        command.onRun([options, run] { run(*options); });
         return command;
     };
-    CLI::App* const read = add("read", "Put bytes out as they are", true, printRaw);
-    CLI::App* const dumping = add("dump", "Show bytes as hexdump -C does", false, dump);
-    read->add_option("LENGTH", options->length, "How many bytes")->required();
-    dumping->add_option("LENGTH", options->length, "How many bytes");
-    add("write", "Write a file from a page's beginning on; other bytes stay", true, writeFileTo)
-        ->add_option("FILE", options->file, "The file, or - for standard input")
-        ->required();
+    Command const read = add("read", "Put bytes out as they are", printRaw);
+    read.argument("ADDRESS", options->address, addresses).required();
+    read.argument("LENGTH", options->length, "How many bytes").required();
+    Command const dumping = add("dump", "Show bytes as hexdump -C does", dump);
+    dumping.argument("ADDRESS", options->address, addresses);
+    dumping.argument("LENGTH", options->length, "How many bytes");
+    Command const write =
+        add("write", "Write a file from a page's beginning on; other bytes stay", writeFileTo);
+    write.argument("ADDRESS", options->address, addresses).required();
+    write.argument("FILE", options->file, "The file, or - for standard input").required();
 }
 
 } // namespace dtcctl

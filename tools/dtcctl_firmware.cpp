@@ -204,25 +204,21 @@ void remove(FirmwareOptions const& options)
 
 } // namespace
 
-void addFirmware(CLI::App& app, int& status)
+void addFirmware(Command const& program)
 {
     auto const options = std::make_shared<FirmwareOptions>();
-    CLI::App* const firmware =
-        app.add_subcommand("firmware", "Install firmware into the flash, or delete an upload");
-    firmware->require_subcommand(1);
+    Command const firmware =
+        program.subcommand("firmware", "Install firmware into the flash, or delete an upload");
     auto const add = [&](char const* name, char const* help, char const* fileHelp,
                          void (*run)(FirmwareOptions const&)) {
-        CLI::App* const command = firmware->add_subcommand(name, help);
-        command->add_option("FILE", options->file, fileHelp)->required();
-        command->callback([options, &status, run] {
-            run(*options);
-            status = ExitOk;
-        });
+        Command const command = firmware.subcommand(name, help);
+        command.argument("FILE", options->file, fileHelp).required();
+        command.onRun([options, run] { run(*options); });
         return command;
     };
     add("install", "Write the images of an archive to the flash",
         "An archive made with \"tar czf\"; one that lies in /tmp itself is deleted", install)
-        ->add_flag("--unsafe", options->unsafe, "Outside safe mode too");
+        .flag("--unsafe", options->unsafe, "Outside safe mode too");
     add("remove", "Delete a file from /tmp", "Its name", remove);
 }
 

@@ -44,28 +44,21 @@ void writeRegister(FpgaOptions const& options)
 
 } // namespace
 
-void addFpga(CLI::App& app, int& status)
+void addFpga(Command const& program)
 {
     auto const options = std::make_shared<FpgaOptions>();
-    CLI::App* const fpga = app.add_subcommand("fpga", "Read and write the FPGA's registers");
-    fpga->require_subcommand(1);
-    CLI::App* const read = fpga->add_subcommand("read", "Print a register");
-    CLI::App* const write = fpga->add_subcommand("write", "Set a register");
-    for (CLI::App* const command : {read, write})
+    Command const fpga = program.subcommand("fpga", "Read and write the FPGA's registers");
+    Command const read = fpga.subcommand("read", "Print a register");
+    Command const write = fpga.subcommand("write", "Set a register");
+    for (Command const command : {read, write})
         command
-            ->add_option("ADDRESS", options->address,
-                         "0x06000000 to 0x0600FFFE, also as an offset from 0, or "
-                         "0x08000000 to 0x0800FFFE")
-            ->required();
-    write->add_option("VALUE", options->value, "16 bits")->required();
-    read->callback([options, &status] {
-        readRegister(*options);
-        status = ExitOk;
-    });
-    write->callback([options, &status] {
-        writeRegister(*options);
-        status = ExitOk;
-    });
+            .argument("ADDRESS", options->address,
+                      "0x06000000 to 0x0600FFFE, also as an offset from 0, or "
+                      "0x08000000 to 0x0800FFFE")
+            .required();
+    write.argument("VALUE", options->value, "16 bits").required();
+    read.onRun([options] { readRegister(*options); });
+    write.onRun([options] { writeRegister(*options); });
 }
 
 } // namespace dtcctl

@@ -64,21 +64,16 @@ void operate(LedOptions const& options)
 
 } // namespace
 
-void addLed(CLI::App& app, int& status)
+void addLed(Command const& program)
 {
     auto const options = std::make_shared<LedOptions>();
-    CLI::App* const command = app.add_subcommand("led", "Switch one of the box's three LEDs");
-    command->add_option("LED", options->number, "0, 1 or 2")
-        ->required()
-        ->check(CLI::IsMember({"0", "1", "2"}));
-    command->add_option("ACTION", options->action, "on, off, toggle or blink")
-        ->required()
-        ->check(CLI::IsMember({"on", "off", "toggle", "blink"}));
-    command->add_option("N", options->blinks, "How many times to blink, five times a second");
-    command->callback([options, &status] {
-        operate(*options);
-        status = ExitOk;
-    });
+    Command const command = program.subcommand("led", "Switch one of the box's three LEDs");
+    command.argument("LED", options->number, "0, 1 or 2").required().among({"0", "1", "2"});
+    command.argument("ACTION", options->action, "on, off, toggle or blink")
+        .required()
+        .among({"on", "off", "toggle", "blink"});
+    command.argument("N", options->blinks, "How many times to blink, five times a second");
+    command.onRun([options] { operate(*options); });
 }
 
 } // namespace dtcctl

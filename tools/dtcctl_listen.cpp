@@ -1,10 +1,10 @@
 #include "loader/io_adapter_listener.h"
 
 #include "tools/dtcctl.h"
-#include "tools/dtcctl_answer.h"
 #include "tools/dtcctl_connection.h"
 #include "tools/dtcctl_interrupt.h"
 #include "tools/dtcctl_library_call.h"
+#include "tools/dtcctl_options.h"
 
 #include <chrono>
 #include <cstdarg>
@@ -141,19 +141,16 @@ private:
 
 } // namespace
 
-void addListen(CLI::App& app, int& status)
+void addListen(Command const& program)
 {
     auto const options = std::make_shared<ListenOptions>();
-    CLI::App* const command = app.add_subcommand(
+    Command const command = program.subcommand(
         "listen", "Serve a service on several devices, each by its adapter library");
-    command->add_option("DEVICE", options->devices, "skylark0 stands for skylark_io.so, and so on")
-        ->required();
-    command->add_option("--service", options->service, "The service")->capture_default_str();
-    addAnswerOptions(*command, *options);
-    command->callback([options, &status] {
-        Listening(*options).run();
-        status = ExitOk;
-    });
+    command.argument("DEVICE", options->devices, "skylark0 stands for skylark_io.so, and so on")
+        .required();
+    command.option("--service", options->service, "The service");
+    addAnswerOptions(command, *options);
+    command.onRun([options] { Listening(*options).run(); });
 }
 
 } // namespace dtcctl

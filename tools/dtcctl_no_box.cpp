@@ -3,7 +3,7 @@
 
 namespace dtcctl {
 
-void addBox(CLI::App& /*app*/, int& /*status*/) {}
+void addBox(Command const& /*program*/) {}
 
 std::string boxPath(std::string const& path)
 {

@@ -1,12 +1,12 @@
 #include "tools/dtcctl.h"
 #include "tools/dtcctl_connection.h"
 #include "tools/dtcctl_interrupt.h"
+#include "tools/dtcctl_options.h"
 #include "tools/dtcctl_round_trips.h"
 
 #include <chrono>
 #include <cmath>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <optional>
@@ -26,12 +26,6 @@ struct PingOptions
     unsigned int timeoutMs = 1000;
     bool quiet = false;
 };
-
-/// A range alone lets "nan" pass.
-std::string refuseNan(std::string const& text)
-{
-    return std::isnan(std::strtod(text.c_str(), nullptr)) ? text + ": not a number" : "";
-}
 
 double millisecondsSince(Clock::time_point start)
 {
@@ -144,29 +138,20 @@ private:
 
 } // namespace
 
-void addPing(CLI::App& app, int& status)
+void addPing(Command const& program, int& status)
 {
     auto const options = std::make_shared<PingOptions>();
-    CLI::App* const command =
-        app.add_subcommand("ping", "Time round trips to a serving program that echoes");
-    command->add_option("ADDRESS", options->address, "The box: 192.168.1.100, a name, 0xC0A80164")
-        ->required();
-    command->add_option("--service", options->service, "dtc_io or dtc_conf")
-        ->check(CLI::IsMember({"dtc_io", "dtc_conf"}))
-        ->capture_default_str();
-    command->add_option("-c,--count", options->count, "End after so many messages (0: never)")
-        ->capture_default_str();
-    command->add_option("-s,--size", options->sizeBytes, "Bytes in each message")
-        ->check(CLI::Range(1U, 1U << 30))
-        ->capture_default_str();
-    command->add_option("-i,--interval", options->intervalSeconds, "Seconds between messages")
-        ->check(CLI::Range(0.0, 3600.0) & CLI::Validator(refuseNan, "", ""))
-        ->capture_default_str();
-    command->add_option("-W,--timeout", options->timeoutMs, "How long to wait for a reply, in ms")
-        ->capture_default_str();
-    command->add_flag("-q,--quiet", options->quiet, "Print the summary only");
-    command->callback(
-        [options, &status] { status = Pinging(*options).run() ? ExitOk : ExitFailed; });
+    Command const command =
+        program.subcommand("ping", "Time round trips to a serving program that echoes");
+    addAddress(command, options->address);
+    addService(command, options->service);
+    command.option("-c,--count", options->count, "End after so many messages (0: never)");
+    command.option("-s,--size", options->sizeBytes, "Bytes in each message").between(1U, 1U << 30);
+    command.option("-i,--interval", options->intervalSeconds, "Seconds between messages")
+        .between(0.0, 3600.0);
+    command.option("-W,--timeout", options->timeoutMs, "How long to wait for a reply, in ms");
+    command.flag("-q,--quiet", options->quiet, "Print the summary only");
+    command.onRun([options, &status] { status = Pinging(*options).run() ? ExitOk : ExitFailed; });
 }
 
 } // namespace dtcctl

@@ -16,14 +16,10 @@ void resetFpga()
 
 } // namespace
 
-void addReset(CLI::App& app, int& status)
+void addReset(Command const& program)
 {
-    CLI::App* const command = app.add_subcommand("reset", "Reset a part of the box");
-    command->require_subcommand(1);
-    command->add_subcommand("fpga", "Pulse the FPGA's reset line")->callback([&status] {
-        resetFpga();
-        status = ExitOk;
-    });
+    Command const command = program.subcommand("reset", "Reset a part of the box");
+    command.subcommand("fpga", "Pulse the FPGA's reset line").onRun(resetFpga);
 }
 
 } // namespace dtcctl

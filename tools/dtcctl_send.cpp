@@ -1,6 +1,7 @@
 #include "tools/dtcctl.h"
 #include "tools/dtcctl_connection.h"
 #include "tools/dtcctl_input.h"
+#include "tools/dtcctl_options.h"
 
 #include <cstdio>
 #include <cstring>
@@ -66,31 +67,25 @@ void sendMessage(SendOptions const& options)
 
 } // namespace
 
-void addSend(CLI::App& app, int& status)
+void addSend(Command const& program)
 {
     auto const options = std::make_shared<SendOptions>();
-    CLI::App* const command = app.add_subcommand("send", "Send one message and print the reply");
-    command->add_option("ADDRESS", options->address, "The box: 192.168.1.100, a name, 0xC0A80164")
-        ->required();
-    command->add_option("--service", options->service, "dtc_io or dtc_conf")
-        ->check(CLI::IsMember({"dtc_io", "dtc_conf"}))
-        ->capture_default_str();
-    command->add_option("--tag", options->tag, "The message's tag")->capture_default_str();
-    command->add_option("--timeout", options->timeoutMs, "How long to wait for a reply, in ms")
-        ->capture_default_str();
-    command->add_option("--max-size", options->maxSizeBytes, "Largest reply accepted, in bytes")
-        ->check(CLI::Range(1U, 1U << 30))
-        ->capture_default_str();
-    command->add_flag("--no-reply", options->noReply, "Do not wait for a reply");
-    CLI::Option* const file = command->add_option("--file", options->file, "Send a file's bytes");
-    CLI::Option* const text =
-        command->add_option("TEXT", options->text, "The message; - reads standard input");
-    file->excludes(text);
-    command->callback([=, &status] {
-        if (file->count() + text->count() == 0)
+    Command const command = program.subcommand("send", "Send one message and print the reply");
+    addAddress(command, options->address);
+    addService(command, options->service);
+    command.option("--tag", options->tag, "The message's tag");
+    command.option("--timeout", options->timeoutMs, "How long to wait for a reply, in ms");
+    command.option("--max-size", options->maxSizeBytes, "Largest reply accepted, in bytes")
+        .between(1U, 1U << 30);
+    command.flag("--no-reply", options->noReply, "Do not wait for a reply");
+    Option const file = command.option("--file", options->file, "Send a file's bytes");
+    Option const text =
+        command.argument("TEXT", options->text, "The message; - reads standard input");
+    file.excludes(text);
+    command.onRun([=] {
+        if (!file.isGiven() && !text.isGiven())
             throw UsageError("nothing to send: give TEXT, - or --file");
         sendMessage(*options);
-        status = ExitOk;
     });
 }
 

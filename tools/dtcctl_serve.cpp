@@ -1,7 +1,7 @@
 #include "tools/dtcctl.h"
-#include "tools/dtcctl_answer.h"
 #include "tools/dtcctl_connection.h"
 #include "tools/dtcctl_interrupt.h"
+#include "tools/dtcctl_options.h"
 
 #include <chrono>
 #include <cstdio>
@@ -43,8 +43,10 @@ private:
         m_connected = true;
         if (message.status == DTC_IO_SUCCESS)
             return onMessage(message);
-        if (message.status != DTC_IO_TIMEOUT)
-            std::fprintf(stderr, "dtcctl: receive: %s\n", failureText(message.status).c_str());
+        if (message.status == DTC_IO_TIMEOUT)
+            return;
+        std::fprintf(stderr, "dtcctl: receive: %s\n", failureText(message.status).c_str());
+        sleepUnlessInterrupted(50); // it may go on failing at once
     }
 
     /// Closing resets the clients, and a reply still under way would be lost: they may leave first.
@@ -92,19 +94,14 @@ private:
 
 } // namespace
 
-void addServe(CLI::App& app, int& status)
+void addServe(Command const& program)
 {
     auto const options = std::make_shared<ServeOptions>();
-    CLI::App* const command =
-        app.add_subcommand("serve", "Serve a service and tell what happens, until interrupted");
-    command->add_option("--service", options->service, "dtc_io or dtc_conf")
-        ->check(CLI::IsMember({"dtc_io", "dtc_conf"}))
-        ->capture_default_str();
-    addAnswerOptions(*command, *options);
-    command->callback([options, &status] {
-        Serving(*options).run();
-        status = ExitOk;
-    });
+    Command const command =
+        program.subcommand("serve", "Serve a service and tell what happens, until interrupted");
+    addService(command, options->service);
+    addAnswerOptions(command, *options);
+    command.onRun([options] { Serving(*options).run(); });
 }
 
 } // namespace dtcctl

@@ -126,30 +126,28 @@ void restoreVars(VarsOptions const& options)
 
 } // namespace
 
-void addVars(CLI::App& app, int& status)
+void addVars(Command const& program)
 {
     auto const options = std::make_shared<VarsOptions>();
-    CLI::App* const vars = app.add_subcommand("vars", "Read and change the box's variables");
-    vars->require_subcommand(1);
+    Command const vars = program.subcommand("vars", "Read and change the box's variables");
     auto const add = [&](char const* name, char const* help, void (*run)(VarsOptions const&)) {
-        CLI::App* const command = vars->add_subcommand(name, help);
-        command->callback([options, &status, run] {
+        Command const command = vars.subcommand(name, help);
+        command.onRun([options, run] {
             catchInterrupts(); // to stop between reading and writing
             run(*options);
-            status = ExitOk;
         });
         return command;
     };
     add("list", "Show every variable and its value", listVars)
-        ->add_flag("--json", options->json, "One JSON object, names to values");
+        .flag("--json", options->json, "One JSON object, names to values");
     add("get", "Print values, a line each", getVars)
-        ->add_option("NAME", options->words, "The variables")
-        ->required();
+        .argument("NAME", options->words, "The variables")
+        .required();
     add("set", "Change variables, and say what has changed", setVars)
-        ->add_option("NAME=VALUE", options->words, "The variables and their new values")
-        ->required();
+        .argument("NAME=VALUE", options->words, "The variables and their new values")
+        .required();
     add("restore", "Give every variable its default", restoreVars)
-        ->add_flag("--unsafe", options->unsafe, "In safe mode too");
+        .flag("--unsafe", options->unsafe, "In safe mode too");
 }
 
 } // namespace dtcctl

@@ -143,19 +143,16 @@ void tellWho(WhoOptions const& options)
 
 } // namespace
 
-void addWho(CLI::App& app, int& status)
+void addWho(Command const& program)
 {
     auto const options = std::make_shared<WhoOptions>();
-    CLI::App* const command =
-        app.add_subcommand("who", "Tell who holds dtc_io and which clients are admitted");
-    command->footer("Reads the configuration as admission does, which blinks the third LED once; "
-                    "nothing else changes.");
-    command->add_option("ADDRESS", options->addresses, "Client addresses to judge");
-    command->add_flag("--json", options->json, "As one JSON object");
-    command->callback([options, &status] {
-        tellWho(*options);
-        status = ExitOk;
-    });
+    Command const command =
+        program.subcommand("who", "Tell who holds dtc_io and which clients are admitted");
+    command.footer("Reads the configuration as admission does, which blinks the third LED once; "
+                   "nothing else changes.");
+    command.argument("ADDRESS", options->addresses, "Client addresses to judge");
+    command.flag("--json", options->json, "As one JSON object");
+    command.onRun([options] { tellWho(*options); });
 }
 
 } // namespace dtcctl

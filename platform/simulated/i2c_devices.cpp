@@ -1,5 +1,7 @@
 #include "platform/simulated/i2c_devices.h"
 
+#include "platform/simulated/expander.h"
+
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -9,48 +11,10 @@
 namespace KORVA::DTC::PLATFORM {
 namespace {
 
-/// An 8-bit I/O expander. The byte after the address selects a register, and what follows is
-/// written to it; a read gives the selected register. Selected register 0: the levels of the pins;
-/// 1: what outputs drive; 2: which levels read inverted; 3: which pins are inputs. Source: the data
-/// sheets of 8-bit I2C expanders with four registers.
-struct Expander
-{
-    unsigned char outside = 0xFF; ///< what drives the pins that are inputs
-    unsigned char output = 0xFF;
-    unsigned char polarity = 0;
-    unsigned char configuration = 0xFF;
-    unsigned char selected = 0;
-
-    unsigned char pins() const
-    {
-        return static_cast<unsigned char>(((outside & configuration) | (output & ~configuration)) ^
-                                          polarity);
-    }
-
-    unsigned char value() const
-    {
-        unsigned char const registers[] = {pins(), output, polarity, configuration};
-        return registers[selected & 3];
-    }
-
-    void set(unsigned char value)
-    {
-        unsigned char* const registers[] = {nullptr, &output, &polarity, &configuration};
-        if (registers[selected & 3] != nullptr)
-            *registers[selected & 3] = value;
-    }
-};
-static_assert(sizeof(Expander) == 5, "as it lies in the state file");
-
-bool loadExpander(int state, Expander& expander)
-{
-    return pread(state, &expander, sizeof expander, 0) == sizeof expander;
-}
-
 bool writeExpander(int state, int /*root*/, unsigned char const* bytes, std::size_t length)
 {
     Expander expander;
-    if (!loadExpander(state, expander))
+    if (!expander.load(state))
         return false;
     for (std::size_t i = 0; i < length; ++i) {
         if (i == 0)
@@ -58,14 +22,13 @@ bool writeExpander(int state, int /*root*/, unsigned char const* bytes, std::siz
         else
             expander.set(bytes[i]);
     }
-    // Five bytes in one call: a process killed here leaves the old state or the new one.
-    return pwrite(state, &expander, sizeof expander, 0) == sizeof expander;
+    return expander.save(state);
 }
 
 bool readExpander(int state, int /*root*/, unsigned char* bytes, std::size_t length)
 {
     Expander expander;
-    if (!loadExpander(state, expander))
+    if (!expander.load(state))
         return false;
     std::memset(bytes, expander.value(), length);
     return true;
