@@ -31,7 +31,7 @@ function table(quantity, title,   i, c, cells, key) {
 BEGIN {
     FS = ","
     title["library"] = "skylark_io"; title["plain"] = "sockets"; title["joined"] = "one segment"
-    title["zeromq"] = "ZeroMQ"; title["nng"] = "nng"; title["nngaio"] = "nng aio"
+    title["zeromq"] = "ZeroMQ"; title["zeromqrouter"] = "ZeroMQ router"; title["nng"] = "nng"; title["nngaio"] = "nng aio"
 }
 NR == 1 { next }
 {

@@ -45,8 +45,8 @@ BEGIN {
     left[1] = 70; left[2] = 480
     heading[1] = "Round trip"; heading[2] = "One-way stream, time a message"
     title["library"] = "skylark_io"; title["plain"] = "plain sockets"; title["joined"] = "plain, one segment"
-    title["zeromq"] = "ZeroMQ"; title["nng"] = "nng"; title["nngaio"] = "nng aio"
-    colours = split("#e4572e #8a8f98 #b58900 #2a9d5c #3d7dd8 #9b5de5", colour, " ")
+    title["zeromq"] = "ZeroMQ"; title["zeromqrouter"] = "ZeroMQ router"; title["nng"] = "nng"; title["nngaio"] = "nng aio"
+    colours = split("#e4572e #8a8f98 #b58900 #2a9d5c #3d7dd8 #9b5de5 #00a6a6", colour, " ")
 }
 NR == 1 || $2 != "time" { next }
 {
