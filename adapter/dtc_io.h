@@ -42,7 +42,9 @@
  * asked about without a time-out. Let one thread at a time wait on a server: several may, but one
  * of them can sleep through a client that another one has accepted. A client connection is for one
  * thread at a time. The library starts no thread; a server accepts clients only while some thread
- * is inside DTC_IO_Receive or DTC_IO_Receive_Ready.
+ * is inside DTC_IO_Receive or DTC_IO_Receive_Ready. A thread may be cancelled while it waits for a
+ * message; in the middle of one the peer's stream is torn, and nothing sensible can be expected of
+ * it any more.
  *
  * The process. The first DTC_IO_Create or DTC_IO_Open sets the box's network up from its
  * configuration and waits for that; while it cannot, both fail without a text. Both set SIGPIPE to
@@ -130,6 +132,8 @@ void DTC_IO_Close(void* connection);
 /**
  * Sends one message of length bytes (at least 1) and stores length through sent, which may be null
  * and is left alone on failure. On a server clientId names the receiver; on a client it is ignored.
+ * Clients of "dtc_conf" on different machines can have the same number by chance; a message to it
+ * goes to the one in the lowest place.
  * Blocks until the system has taken the whole message. DTC_IO_INVALID: no buffer or no length,
  * nothing sent. DTC_IO_DISCONNECTED: no such client, or the peer has gone. DTC_IO_FAILED: anything
  * else.

@@ -112,7 +112,7 @@ int skylark_IOAdapter::get_status()
     switch (get_network_status()) {
     case 0:
         return 0;
-    case 2:
+    case 2: // the set-up never says so
         return 1;
     default:
         return 3;
@@ -127,8 +127,7 @@ char const* skylark_IOAdapter::get_error()
 bool skylark_IOAdapter::initialize()
 {
     std::signal(SIGPIPE, SIG_IGN);
-    initialize_network();
-    return get_network_status() == 0;
+    return initialize_network();
 }
 
 IOAdapter_Connection* skylark_IOAdapter::create(char const* service, unsigned int param)

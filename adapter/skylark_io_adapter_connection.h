@@ -44,10 +44,11 @@ protected:
     std::unique_ptr<uSocket> m_socket;
 
 private:
-    DTC_IO_STATUS payload_read(uSocket const& socket, unsigned int result);
     DTC_IO_STATUS discard_payload(uSocket& socket, unsigned char* buffer, unsigned int size,
                                   unsigned int length);
-    DTC_IO_STATUS transfer_failed(uSocket const& socket, unsigned int result);
+    /// The status for a socket's result, which it also prints with the call, where that is not
+    /// null.
+    DTC_IO_STATUS transfer_failed(uSocket const& socket, unsigned int result, char const* call);
 };
 
 } // namespace KORVA::DTC

@@ -92,11 +92,7 @@ DTC_IO_STATUS skylark_Connection::send_sock(uSocket* socket, unsigned int tag, u
         store(sent, length);
         return DTC_IO_SUCCESS;
     }
-    DTC_IO_STATUS const status = transfer_failed(*socket, result);
-    if (status != DTC_IO_DISCONNECTED)
-        std::printf("%s(%d) WriteData() returned error[%d]: %s\n", fileName, __LINE__,
-                    static_cast<int>(result), get_error());
-    return status;
+    return transfer_failed(*socket, result, "WriteData");
 }
 
 DTC_IO_STATUS skylark_Connection::receive_sock(uSocket* socket, unsigned int* tag,
@@ -109,9 +105,9 @@ DTC_IO_STATUS skylark_Connection::receive_sock(uSocket* socket, unsigned int* ta
     *tag = 0;
 
     MessageHeader::Bytes bytes;
-    unsigned int const result = readWhole(*socket, bytes.data(), MessageHeader::Size);
+    unsigned int result = readWhole(*socket, bytes.data(), MessageHeader::Size);
     if (result != uSocket::Success)
-        return transfer_failed(*socket, result);
+        return transfer_failed(*socket, result, nullptr);
     MessageHeader const header = MessageHeader::decode(bytes);
     if (header.byteCount == 0)
         return fail(DTC_IO_FAILED, "Invalid byte count in message header\n");
@@ -125,24 +121,12 @@ DTC_IO_STATUS skylark_Connection::receive_sock(uSocket* socket, unsigned int* ta
     auto* const payload = reinterpret_cast<unsigned char*>(buffer);
     if (header.byteCount > size)
         return discard_payload(*socket, payload, size, header.byteCount);
-    DTC_IO_STATUS const status =
-        payload_read(*socket, readWhole(*socket, payload, header.byteCount));
-    if (status == DTC_IO_SUCCESS) {
-        store(received, header.byteCount);
-        *tag = header.tag;
-    }
-    return status;
-}
-
-DTC_IO_STATUS skylark_Connection::payload_read(uSocket const& socket, unsigned int result)
-{
-    if (result == uSocket::Success)
-        return DTC_IO_SUCCESS;
-    DTC_IO_STATUS const status = transfer_failed(socket, result);
-    if (status != DTC_IO_DISCONNECTED)
-        std::printf("%s(%d) ReadData() returned error[%d]: %s\n", fileName, __LINE__,
-                    static_cast<int>(result), get_error());
-    return status;
+    result = readWhole(*socket, payload, header.byteCount);
+    if (result != uSocket::Success)
+        return transfer_failed(*socket, result, "ReadData");
+    store(received, header.byteCount);
+    *tag = header.tag;
+    return DTC_IO_SUCCESS;
 }
 
 DTC_IO_STATUS skylark_Connection::discard_payload(uSocket& socket, unsigned char* buffer,
@@ -156,15 +140,20 @@ DTC_IO_STATUS skylark_Connection::discard_payload(uSocket& socket, unsigned char
         if (result == uSocket::Success)
             left -= count;
     }
-    DTC_IO_STATUS const status = payload_read(socket, result);
-    return status == DTC_IO_SUCCESS ? DTC_IO_INVALID : status;
+    return result == uSocket::Success ? DTC_IO_INVALID
+                                      : transfer_failed(socket, result, "ReadData");
 }
 
-DTC_IO_STATUS skylark_Connection::transfer_failed(uSocket const& socket, unsigned int result)
+DTC_IO_STATUS skylark_Connection::transfer_failed(uSocket const& socket, unsigned int result,
+                                                  char const* call)
 {
     if (result == uSocket::ConnectionLost)
         return fail(DTC_IO_DISCONNECTED, disconnected);
-    return fail(DTC_IO_FAILED, socket.GetLastErrorText());
+    fail(DTC_IO_FAILED, socket.GetLastErrorText());
+    if (call != nullptr)
+        std::printf("%s(%d) %s() returned error[%d]: %s\n", fileName, __LINE__, call,
+                    static_cast<int>(result), get_error());
+    return DTC_IO_FAILED;
 }
 
 } // namespace KORVA::DTC

@@ -2,7 +2,7 @@
 
 #include "adapter/skylark_io_adapter_box_file.h"
 #include "adapter/skylark_io_adapter_filter.h"
-#include "conf/dtc_conf_gpp_fpga.h"
+#include "conf/dtc_conf_gpp_led.h"
 #include "conf/dtc_conf_schema.h"
 #include "conf/dtc_conf_vars.h"
 #include "periph/dtc_periph_led.h"

@@ -22,7 +22,7 @@ public:
     /// Milliseconds for the next select.
     unsigned int slice() const { return m_listens ? m_leftMs : std::min(m_leftMs, pauseMs); }
 
-    /// A client was accepted: the full time-out again.
+    /// A connection was dealt with: the full time-out again.
     void restart()
     {
         m_leftMs = m_timeoutMs;

@@ -2,6 +2,7 @@
 /// exceptions, the running system and the firmware.
 #pragma once
 
+#include "conf/dtc_conf_checksum.h"
 #include "conf/dtc_conf_gpp_firmware.h"
 #include "conf/dtc_conf_gpp_system.h"
 #include "conf/dtc_conf_image.h"

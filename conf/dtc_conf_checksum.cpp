@@ -1,4 +1,4 @@
-#include "conf/dtc_conf_image.h"
+#include "conf/dtc_conf_checksum.h"
 
 #include "conf/dtc_conf_list.h"
 #include "conf/dtc_conf_status.h"

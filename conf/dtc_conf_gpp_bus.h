@@ -12,7 +12,7 @@ namespace KORVA::DTC::CONF {
 
 /// Holds the lock "i2c" from construction to destruction. Throws PERIPH::Exception (Timeout) when
 /// another process keeps it for all of timeoutMs.
-class BusTurn
+class [[nodiscard]] BusTurn
 {
 public:
     explicit BusTurn(unsigned int timeoutMs = 5000) : m_hold(m_lock, timeoutMs, 10) {}

@@ -1,12 +1,9 @@
 #include "conf/dtc_conf_gpp_fpga.h"
 
-#include "conf/dtc_conf_gpp_bus.h"
 #include "conf/dtc_conf_list.h"
 #include "conf/dtc_conf_schema.h"
 #include "periph/dtc_periph_fpga.h"
-#include "periph/dtc_periph_led.h"
 #include "periph/dtc_periph_resets.h"
-#include "util/uthread.h"
 
 #include <cstdio>
 #include <exception>
@@ -48,18 +45,3 @@ void readVarsFromFpga(CONF::VariableList& vars)
 }
 
 void writeVarsToFpga(CONF::VariableList const& /*vars*/) {}
-
-void flashLED(PERIPH::I2C_LED& led, unsigned int count)
-{
-    constexpr unsigned int timeoutMs = 1000;
-    constexpr unsigned int pauseMs = 100;
-    CONF::BusTurn const turn(timeoutMs);
-    try {
-        for (unsigned int i = 0; i < 2 * count; ++i) {
-            if (i > 0)
-                KORVA::uThread::Sleep(pauseMs);
-            led.toggle();
-        }
-    } catch (...) { // an acknowledgement that cannot be given is no failure
-    }
-}

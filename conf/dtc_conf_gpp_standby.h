@@ -1,6 +1,7 @@
 /// How many minutes without use pass until the box stands by: one text for the process, initially
-/// "20". Only this process sets it, by Vars::write with the variable standbyMinutes; threads may
-/// use it at the same time.
+/// "20". Nothing in the library acts on it, and no reading of the variables shows it, because no
+/// source puts a pair of its name into the list. Only this process sets it, by Vars::write with the
+/// variable standbyMinutes; threads may use it at the same time.
 #pragma once
 
 #include <string>

@@ -3,6 +3,7 @@
 #include "conf/dtc_conf_gpp_control.h"
 #include "conf/dtc_conf_gpp_eeprom.h"
 #include "conf/dtc_conf_gpp_fpga.h"
+#include "conf/dtc_conf_gpp_led.h"
 #include "conf/dtc_conf_gpp_standby.h"
 #include "conf/dtc_conf_gpp_system.h"
 #include "conf/dtc_conf_list.h"
@@ -111,7 +112,7 @@ void applyLiveValue(std::string const& name, std::string& value, InterfaceAddres
         value = errorText();
     else if (name == NAME::ipClient)
         value = recordedClient();
-    else if (name == NAME::standbyMinutes)
+    else if (name == NAME::standbyMinutes) // for lists of callers: no source adds the pair
         value = standbyMinutes();
 }
 

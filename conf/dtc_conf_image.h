@@ -25,12 +25,6 @@ KORVA_API void varsToBuf(std::vector<std::pair<std::string, std::string>> const&
 KORVA_API void bufToVars(std::vector<std::pair<std::string, std::string>>& vars, char const* buf,
                          unsigned int size);
 
-/// The CRC-32 (polynomial 0xEDB88320, reflected) of a file's bytes before the usual final
-/// inversion: the complement of the common value. The path is the machine's own, also on a
-/// simulated box. Throws NullParameter for a null path, and InvalidFile when the file cannot be
-/// opened; a read error counts as the file's end.
-KORVA_API unsigned int checksum(char const* path);
-
 } // namespace KORVA::DTC::CONF
 
 // Outside the namespace: for the library itself, which does not let it out.

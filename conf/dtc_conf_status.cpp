@@ -3,9 +3,9 @@
 #include "conf/dtc_conf_shared_text.h"
 
 #include <atomic>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <iostream>
 #include <iterator>
 
 namespace KORVA::DTC::CONF {
@@ -101,8 +101,11 @@ bool isLogEnabled()
 
 void logLine(std::string const& line)
 {
-    if (isLogEnabled())
-        std::cout << line + "\n" << std::flush;
+    if (!isLogEnabled())
+        return;
+    std::string const whole = line + "\n"; // in one piece, also between threads
+    std::fwrite(whole.data(), 1, whole.size(), stdout);
+    std::fflush(stdout);
 }
 
 } // namespace KORVA::DTC::CONF

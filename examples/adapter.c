@@ -87,6 +87,7 @@ static int transfer(int fd, void* buffer, size_t length, int is_send)
 
 static DTC_IO_STATUS connection_for(const char* service, int is_server, void** handle)
 {
+    *handle = NULL;
     struct sockaddr_un name = {.sun_family = AF_UNIX};
     if (strcmp(service, "dtc_io") != 0 && strcmp(service, "dtc_conf") != 0)
         return fail(DTC_IO_NO_CONNECTION, service, "unknown service");
@@ -95,12 +96,14 @@ static DTC_IO_STATUS connection_for(const char* service, int is_server, void** h
     Connection* const made = malloc(sizeof *made);
     int const fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     const struct sockaddr* const address = (const struct sockaddr*)&name;
-    int const result = is_server ? bind(fd, address, sizeof name) || listen(fd, CLIENTS)
-                                 : connect(fd, address, sizeof name);
+    int const result = fd < 0      ? -1
+                       : is_server ? bind(fd, address, sizeof name) || listen(fd, CLIENTS)
+                                   : connect(fd, address, sizeof name);
     if (made == NULL || result != 0) {
         fail(DTC_IO_NO_CONNECTION, service, strerror(errno));
         free(made);
-        close(fd);
+        if (fd >= 0)
+            close(fd);
         return DTC_IO_NO_CONNECTION;
     }
     for (int i = 0; i <= CLIENTS; ++i)
@@ -198,6 +201,8 @@ DTC_IO_STATUS DTC_IO_Open(const char* address, const char* service, void** conne
 void DTC_IO_Close(void* connection)
 {
     Connection* const closed = connection;
+    if (closed == NULL)
+        return;
     for (int i = 0; i <= CLIENTS; ++i) {
         if (closed->place[i].fd >= 0)
             close(closed->place[i].fd);

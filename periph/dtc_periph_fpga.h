@@ -26,7 +26,8 @@ public:
     void write(unsigned int address, unsigned short value);
 
     /// Whether the count registers from the address start do not lie wholly inside one range. start
-    /// is taken as it stands, without the offsets that read and write accept.
+    /// is taken as it stands, without the offsets that read and write accept. count: 1 to 0x8000;
+    /// the last address is computed in 32 bits, so that 0 and very large counts can pass as legal.
     bool is_illegal_fpga_address_range(unsigned int start, unsigned int count);
 
 private:

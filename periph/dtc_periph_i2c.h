@@ -23,7 +23,8 @@ public:
     /// Opens and binds the device nodes, once for the process. All three throw OperationFailed.
     void init();
 
-    /// One transfer of length bytes (at most 65535; the low 16 bits count) to or from the device.
+    /// One transfer of length bytes to or from the device: at most 65535 (the low 16 bits count),
+    /// and no more than the node moves in one call, 8192 for Linux's i2c-dev.
     void write(unsigned int address, unsigned char* data, unsigned int length);
     void read(unsigned int address, unsigned char* data, unsigned int length);
 };

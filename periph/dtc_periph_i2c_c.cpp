@@ -59,7 +59,7 @@ short I2C_init(int)
         return 0;
     bool opened = true;
     for (Node const& node : nodes) {
-        closeNode(node); // left from an attempt in which only the first node failed
+        closeNode(node); // left from an attempt in which the first node failed
         node.descriptor = PLATFORM::openDevice(node.path, O_RDWR);
         opened = opened && node.descriptor >= 0;
     }

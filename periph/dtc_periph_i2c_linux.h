@@ -20,8 +20,8 @@ public:
     /// OperationFailed.
     void init();
 
-    /// Reads length bytes (at most 65535) from the address on, in one transfer. The range is not
-    /// checked.
+    /// Reads length bytes from the address on, in one transfer, so at most as many as I2C::read
+    /// does. The range is not checked.
     void read(unsigned int address, unsigned char* buffer, unsigned int length);
 
     /// Writes whole pages of 64 bytes: data must hold length bytes raised to the next multiple of

@@ -4,6 +4,7 @@
 #include "periph/dtc_periph_exception.h"
 #include "platform/platform.h"
 #include "util/descriptor.h"
+#include "util/no_cancellation.h"
 
 #include <algorithm>
 #include <fcntl.h>
@@ -49,11 +50,16 @@ void LOCK::acquire(unsigned int timeout, unsigned int interval)
 
 bool LOCK::tryCreateFile()
 {
+    NoCancellation const whole; // a file without its owner would keep every program off the bus
     std::string name = PLATFORM::path(m_path.c_str());
-    int const file =
-        aboveStandardStreams(open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0));
-    if (file == -1)
-        return false; // what an earlier acquire holds stays known, for release
+    int const created = open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0);
+    if (created == -1)
+        return false; // what an earlier acquire holds stays known to removeFile
+    int const file = aboveStandardStreams(created);
+    if (file == -1) {
+        unlink(name.c_str());
+        return false;
+    }
     m_file = file;
     m_fileName = std::move(name);
     return true;
@@ -63,6 +69,7 @@ void LOCK::removeFile()
 {
     if (m_file == -1)
         return;
+    NoCancellation const whole;
     close(m_file);
     m_file = -1;
     unlink(m_fileName.c_str());

@@ -19,7 +19,7 @@ std::string path(char const* boxPath);
 
 /// open(2) of a device node of the box, always close-on-exec. The descriptor is the caller's, to be
 /// closed with closeDevice.
-int openDevice(char const* boxPath, int flags);
+[[nodiscard]] int openDevice(char const* boxPath, int flags);
 
 /// Binds the descriptor of an I2C node to the 7-bit address of its device: the ioctl I2C_SLAVE.
 int bindDevice(int descriptor, unsigned int address);
@@ -35,13 +35,13 @@ constexpr std::size_t PageSize = 4096;
 
 /// Maps the page of physical memory at the address (a multiple of PageSize) from a descriptor of
 /// the box's memory device, readable, writable and shared; MAP_FAILED on failure.
-void* mapPage(int descriptor, unsigned int physicalAddress);
+[[nodiscard]] void* mapPage(int descriptor, unsigned int physicalAddress);
 int unmapPage(void* page);
 
 /// Starts the command under the box's shell and returns a stream of its standard output, as
 /// popen(3) with "r"; null on failure. To be ended with closeShell, which waits for the command and
 /// returns its status.
-std::FILE* openShell(char const* command);
+[[nodiscard]] std::FILE* openShell(char const* command);
 int closeShell(std::FILE* stream);
 
 } // namespace KORVA::DTC::PLATFORM

@@ -42,9 +42,14 @@ Range checkedRange(std::string const& address, std::size_t length)
 /// Call with the bus held and the EEPROM's init done.
 Bytes readBytes(Range range)
 {
+    constexpr unsigned int largestPiece =
+        4096; // Linux moves no more than 8192 bytes in one transfer
     Bytes bytes(range.length);
-    if (!bytes.empty())
-        getEEPROM().read(range.address, bytes.data(), range.length);
+    for (unsigned int done = 0; done < range.length;) {
+        unsigned int const piece = std::min(range.length - done, largestPiece);
+        getEEPROM().read(range.address + done, bytes.data() + done, piece);
+        done += piece;
+    }
     return bytes;
 }
 

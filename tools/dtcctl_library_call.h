@@ -9,7 +9,7 @@ namespace dtcctl {
 /// While it lives, the signals by which a person or the system ends a program wait, for the
 /// commands that the library starts too: a half-run one would leave the root file system writable,
 /// and an ended program its lock on the bus.
-class HeldSignals
+class [[nodiscard]] HeldSignals
 {
 public:
     HeldSignals();
@@ -22,7 +22,7 @@ private:
 };
 
 /// Around each call that reads or changes the box's configuration, which connecting does too.
-class LibraryCall
+class [[nodiscard]] LibraryCall
 {
     HeldSignals m_signals;
     DiagnosticsToStderr m_diagnostics;

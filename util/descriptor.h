@@ -10,7 +10,7 @@ namespace KORVA {
 /// Moves a new descriptor off the numbers of the standard streams: in a program that was started
 /// with one of them closed, whatever is printed would go into the device or the connection. Gives
 /// -1 and errno, with the descriptor closed, when there is no other number; -1 stays -1.
-inline int aboveStandardStreams(int descriptor)
+[[nodiscard]] inline int aboveStandardStreams(int descriptor)
 {
     if (descriptor < 0 || descriptor > STDERR_FILENO)
         return descriptor;

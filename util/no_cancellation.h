@@ -7,7 +7,7 @@ namespace KORVA {
 /// Puts off the cancellation of the calling thread while it lives: a request that comes meanwhile
 /// takes effect at the thread's next cancellation point after it. For work that must be whole, or
 /// that runs where nothing may be thrown.
-class NoCancellation
+class [[nodiscard]] NoCancellation
 {
 public:
     NoCancellation() { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &m_previous); }

@@ -63,7 +63,7 @@ bool uEventListener::WakeUp(uEvent* event)
     // run yet can report only one event. The event then stays set for the next Wait.
     if (m_waiters == 0 || m_wokenIndex >= 0)
         return false;
-    bool const isSatisfied = firstSetEvent() >= 0; // UpdateState may change the field meanwhile
+    bool const isSatisfied = firstSetEvent() >= 0;
     m_satisfied = isSatisfied;
     // Consumed here and not only by Set, which goes on without this lock: the woken thread could
     // wait again and find the same signal a second time.

@@ -45,11 +45,10 @@ private:
     int lastIndexOf(uEvent const* event) const;
     int consumeSetEvents();
 
-    // UpdateState writes m_satisfied and WakeUp reads m_waiters without m_mutex.
-    std::atomic<bool> m_satisfied{false};
-    int m_count;
+    std::atomic<bool> m_satisfied{false}; ///< Recorded only; UpdateState writes it without m_mutex.
+    int m_count;                          ///< Recorded only.
     std::vector<uEvent*> m_events;
-    std::atomic<int> m_waiters{0};
+    std::atomic<int> m_waiters{0}; ///< WakeUp reads it without m_mutex.
     pthread_cond_t m_condition = PTHREAD_COND_INITIALIZER;
     pthread_mutex_t m_mutex = PTHREAD_MUTEX_INITIALIZER;
     int m_wokenIndex = -1;

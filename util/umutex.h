@@ -43,7 +43,7 @@ private:
 };
 
 /// Holds one level of a uMutex from construction to destruction.
-class uMutexGuard
+class [[nodiscard]] uMutexGuard
 {
 public:
     explicit uMutexGuard(uMutex& mutex) : m_mutex(mutex) { Acquire(); }

@@ -48,18 +48,18 @@ public:
 
     /// Blocks until a client connects to this listening socket. The new socket belongs to the
     /// caller; null on failure.
-    uSocket* AcceptClient();
+    [[nodiscard]] uSocket* AcceptClient();
 
     /// Receives at most length bytes into buffer + offset. Blocks until there is at least one byte,
     /// and never waits for more. *count receives what recv(2) returned: also 0 at the end of the
     /// stream (result 5), and 0xFFFFFFFF after a failure. A null buffer gives 2 and leaves *count
-    /// alone.
+    /// alone. length: at least 1; 0 gives what a peer that has gone gives.
     unsigned int ReadData(unsigned char* buffer, unsigned int length, unsigned int offset,
                           unsigned int* count);
 
     /// Sends length bytes from buffer + offset. Blocks until the system has taken some of them;
     /// *count receives how many, which can be fewer than length, or 0xFFFFFFFF after a failure. A
-    /// null buffer gives 2 and a *count of 0.
+    /// null buffer gives 2 and a *count of 0. length: at least 1; 0 is a failure, 4 or 5.
     unsigned int WriteData(unsigned char const* buffer, unsigned int length, unsigned int offset,
                            unsigned int* count);
 

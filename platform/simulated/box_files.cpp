@@ -1,5 +1,7 @@
 #include "platform/simulated/box_files.h"
 
+#include "platform/simulated/expander.h"
+#include "platform/simulated/i2c_devices.h"
 #include "platform/simulated/stand_ins.h"
 
 #include <algorithm>
@@ -25,8 +27,7 @@ namespace fs = std::filesystem;
 /// Its presence says that the directory is a box, and a complete one.
 constexpr char const* markerName = "this-is-a-simulated-box";
 
-constexpr off_t memoryBytes = 0x08010000;   // up to the end of the FPGA's second range
-constexpr std::size_t eepromBytes = 0x8000; // 32 KiB
+constexpr off_t memoryBytes = 0x08010000; // up to the end of the FPGA's second range
 
 [[noreturn]] void refuse(std::string const& directory, std::string const& reason)
 {
@@ -138,17 +139,21 @@ void pokeMemory(std::string const& root, std::uint64_t address, std::uint16_t va
     closeOrRefuse(memory, written == sizeof value, path);
 }
 
+std::string bytesOf(Expander const& expander)
+{
+    return {reinterpret_cast<char const*>(&expander), sizeof expander};
+}
+
 /// Everything a new box holds, in a directory that is not in use yet.
 void populate(std::string const& root)
 {
     for (char const* directory :
          {"bin", "dev/i2c", "etc/init.d", "flash", "log", "mnt", "run", "tmp", "tools", "var/lock"})
         fs::create_directories(root + "/" + directory);
-    // What drives the pins from outside, output, polarity, configuration, selected register. The
-    // outside of the version expander is the board revision in the low four bits, below pulled-up
-    // reset lines.
-    setState(root + "/dev/i2c/bit_io", std::string("\xFF\xFF\x00\xFF\x00", 5));
-    setState(root + "/dev/i2c/version", std::string("\xF2\xFF\x00\xFF\x00", 5));
+    Expander version;
+    version.outside = 0xF2; // the board revision in the low four bits, below pulled-up reset lines
+    setState(root + "/dev/i2c/bit_io", bytesOf(Expander()));
+    setState(root + "/dev/i2c/version", bytesOf(version));
     setState(root + "/dev/i2c/eeprom", std::string(eepromBytes, '\xFF'));
     setState(root + "/run/eeprom-address", std::string(2, '\0'));
     clearMemory(root + "/dev/mem");
@@ -263,9 +268,10 @@ void appendToLog(std::string const& root, char const* name, std::string const& l
     std::replace(text.begin(), text.end(), '\n', ' ');
     text += '\n';
     int const log = open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
-    // A log that cannot be written must not keep the box from working.
-    if (log != -1 && write(log, text.data(), text.size()) == -1)
-        errno = 0;
+    if (log == -1)
+        return; // a log that cannot be written must not keep the box from working
+    ssize_t const written = write(log, text.data(), text.size());
+    static_cast<void>(written);
     close(log);
 }
 

@@ -34,7 +34,6 @@ bool readExpander(int state, int /*root*/, unsigned char* bytes, std::size_t len
     return true;
 }
 
-constexpr std::size_t eepromBytes = 0x8000; // 32 KiB
 constexpr std::size_t eepromPageBytes = 64;
 
 /// The EEPROM's address counter, kept beside its content: two bytes, high byte first.

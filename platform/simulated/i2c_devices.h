@@ -7,6 +7,8 @@
 
 namespace KORVA::DTC::PLATFORM {
 
+constexpr std::size_t eepromBytes = 0x8000; ///< 32 KiB, the whole part
+
 /// One device: how it answers to a write and a read transfer, given its state file and the box's
 /// directory.
 struct I2cDevice

@@ -103,6 +103,8 @@ int refusal(OpenNode const& node, std::optional<FAULTS::Transfer> fault)
     return node.boundAddress == node.device->address ? 0 : ENXIO;
 }
 
+constexpr std::size_t largestTransfer = 8192; // source: i2c-dev of the Linux kernel
+
 /// One transfer, alone on the bus: move lets the device take or give so many bytes.
 template <typename Byte, typename Move>
 ssize_t transfer(char const* kind, int descriptor, Byte* buffer, std::size_t length, Move move)
@@ -122,7 +124,7 @@ ssize_t transfer(char const* kind, int descriptor, Byte* buffer, std::size_t len
     std::optional<FAULTS::Transfer> const fault = FAULTS::nextTransfer();
     std::string entry = describe(kind, *node, length);
     bool const isShort = fault == FAULTS::Transfer::IsShort && length > 0;
-    std::size_t const moved = isShort ? length - 1 : length;
+    std::size_t const moved = isShort ? length - 1 : std::min(length, largestTransfer);
     int error = lock.isHeld() ? refusal(*node, fault) : EIO;
     if (error == 0 && !move(*node, moved))
         error = EIO;

@@ -71,6 +71,8 @@ std::FILE* start(std::string const& root, char const* command)
     std::lock_guard<std::mutex> const guard(commandsMutex);
     RunningCommand* const place = findCommand(nullptr);
     int ends[2];
+    if (place == nullptr)
+        errno = EMFILE;
     if (place == nullptr || pipe2(ends, O_CLOEXEC) != 0)
         return nullptr;
     std::FILE* const stream = fdopen(ends[0], "r");

@@ -7,15 +7,15 @@
 namespace KORVA::DTC::PLATFORM {
 namespace {
 
+/// A shell script of the box. $DTC_BOX is the box's directory. State: run/rootfs (ro, rw),
+/// run/network (down, up), run/clock-offset (seconds ahead of the desk's clock), flash/mtdN (a raw
+/// partition) and flash/mtdN.d (one with files).
 struct Script
 {
     char const* path; ///< under the box's directory
     char const* body;
 };
 
-// $DTC_BOX is the box's directory. State: run/rootfs (ro, rw), run/network (down, up),
-// run/clock-offset (seconds ahead of the desk's clock), flash/mtdN (a raw partition) and
-// flash/mtdN.d (one with files).
 /// In front of each script: state is replaced as a whole, and the desk's clock can only be read.
 constexpr char const* shared =
     R"sh(put() { echo "$2" > "$DTC_BOX/run/$1.$$" && mv "$DTC_BOX/run/$1.$$" "$DTC_BOX/run/$1"; }

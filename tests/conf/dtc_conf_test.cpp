@@ -1,4 +1,5 @@
 // What needs no device: status, schema, variable set, image and checksum.
+#include "conf/dtc_conf_checksum.h"
 #include "conf/dtc_conf_image.h"
 #include "conf/dtc_conf_schema.h"
 #include "tests/conf/box_vars.h"

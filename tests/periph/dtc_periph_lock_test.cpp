@@ -3,10 +3,13 @@
 #include "periph/dtc_periph_lock.h"
 #include "platform/platform.h"
 #include "tests/support/child.h"
+#include "tests/support/descriptors.h"
 #include "tests/support/signal_storm.h"
 
 #include <future>
 #include <gmock/gmock.h>
+#include <pthread.h>
+#include <thread>
 
 using namespace KORVA::DTC;
 using namespace KORVA::DTC::PERIPH;
@@ -68,6 +71,30 @@ TEST(LockTest, FailsWithATextThatNamesThePlaceAndTheReason)
     EXPECT_STREQ(Exception(nullptr, 7, InvalidCallSequence, "d").what(),
                  "invalid call sequence : d");
     EXPECT_STREQ(Exception(nullptr, 7, Status(7), nullptr).what(), "unknown status");
+}
+
+TEST(LockTest, LeavesNoFileBehindThatNobodyHolds)
+{
+    Fork withoutDescriptors([] {
+        close(STDIN_FILENO);
+        NoMoreDescriptors const none(STDERR_FILENO + 1);
+        expectTimeout(5, 10); // the one descriptor left is that of a standard stream
+    });
+    EXPECT_EQ(withoutDescriptors.wait(), 0);
+    EXPECT_NE(access(file.c_str(), F_OK), 0);
+
+    std::thread cancelled([] {
+        I2C_LOCK lock;
+        {
+            LockHold const hold(lock, 1000, 1);
+            pthread_cancel(pthread_self());
+        }
+        pthread_testcancel();
+    });
+    cancelled.join();
+    EXPECT_NE(access(file.c_str(), F_OK), 0);
+    I2C_LOCK lock;
+    LockHold const hold(lock, 5, 10); // the mutex is free too
 }
 
 TEST(LockTest, WaitsWithoutWorkingForAHolderThatWasKilled)
