@@ -6,8 +6,6 @@
 
 #include <filesystem>
 #include <functional>
-#include <iostream>
-#include <set>
 
 using namespace KORVA::DTC;
 using namespace KORVA::DTC::CONF;
@@ -164,7 +162,6 @@ TEST_F(BoxVarsFailureTest, PowerCutLeavesNewPagesBeforeOldOnesAndOnlyStoredNames
                         {"_ipFilter", "192.168.0.,10.0.0.5"}});
     VariableList sameLength = defaults;
     updateVars(sameLength, {{"dtcName", "left"}, {"_state", "idle"}});
-    std::set<std::string> damages;
     for (auto const& [old, fresh] : {std::pair(defaults, sameLength), std::pair(defaults, longer),
                                      std::pair(longer, defaults)}) {
         writeVarsToEeprom(fresh);
@@ -183,16 +180,11 @@ TEST_F(BoxVarsFailureTest, PowerCutLeavesNewPagesBeforeOldOnesAndOnlyStoredNames
             VariableList after = defaults;
             updateVars(after, stored);
             ASSERT_EQ(after.size(), defaults.size()) << "a name that is not stored";
-            for (std::size_t i = 0; i < after.size(); ++i) {
-                if (after[i] != old[i] && after[i] != fresh[i])
-                    damages.insert(after[i].first + " reads " + after[i].second);
-            }
-            EXPECT_TRUE(image.find('\0') != before.find('\0') || damages.empty());
+            bool const isShifted = image.find('\0') != before.find('\0');
+            for (std::size_t i = 0; i < after.size() && !isShifted; ++i)
+                EXPECT_TRUE(after[i] == old[i] || after[i] == fresh[i]) << after[i].first;
         }
     }
-    std::cout << "a power cut while saving can leave:\n";
-    for (std::string const& line : damages)
-        std::cout << "  " << line << "\n";
 }
 
 } // namespace

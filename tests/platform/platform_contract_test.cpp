@@ -76,8 +76,9 @@ TEST_F(PlatformContractTest, MappingsOfOnePageShareIt)
 
 TEST_F(PlatformContractTest, ShellsRunAtOnceAndGiveOutputAndExitStatus)
 {
-    std::FILE* const late =
-        PLATFORM::openShell(("sleep 0.3; echo done > " + inBox + "/late; exit 5").c_str());
+    ASSERT_EQ(mkfifo((onDesk + "/gate").c_str(), 0600), 0);
+    std::FILE* const late = PLATFORM::openShell(
+        ("read -r go < " + inBox + "/gate; echo done > " + inBox + "/late; exit 5").c_str());
     std::tuple<std::string, char const*, int> const cases[] = {
         {"echo x; false-by-name-only 2>" + inBox + "/err", "x\n", 127},
         {"echo kept > " + inBox + "/out; cat " + inBox + "/out; exit 6", "kept\n", 6},
@@ -94,6 +95,7 @@ TEST_F(PlatformContractTest, ShellsRunAtOnceAndGiveOutputAndExitStatus)
     }
     EXPECT_TRUE(std::filesystem::exists(onDesk + "/out"));
     EXPECT_FALSE(std::filesystem::exists(onDesk + "/late"));
+    std::ofstream(onDesk + "/gate") << "go\n";
     EXPECT_EQ(WEXITSTATUS(PLATFORM::closeShell(late)), 5) << "it waits for the end";
     EXPECT_TRUE(std::filesystem::exists(onDesk + "/late"));
 }

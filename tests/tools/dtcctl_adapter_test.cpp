@@ -1,5 +1,6 @@
 #include "tests/support/child.h"
 
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
@@ -21,6 +22,8 @@ Child startCheck(std::vector<std::string> const& arguments, char const* faults =
         "/bin/sh", "-c",   "trap '' CHLD; exec \"$@\"", "sh", PROGRAM_DIRECTORY "dtcctl",
         "adapter", "check"};
     command.insert(command.end(), arguments.begin(), arguments.end());
+    if (std::find(arguments.begin(), arguments.end(), "--deadline") == arguments.end())
+        command.insert(command.end(), {"--deadline", "60"}); // however busy the machine
     return Child(command);
 }
 
@@ -64,21 +67,25 @@ TEST(DtcctlAdapterTest, NamesEachFault)
     struct
     {
         char const* faults;
+        char const* deadline; ///< short only where it is waited out
         std::vector<char const*> lines;
     } const cases[] = {
         {"null-error any-service bad-state final",
+         "60",
          {"it tells its version and its status: killed by signal 6 .* in DTC_Get_Status\n",
           "its unloading removes it from the process: killed by signal 6 .* in its unloading\n",
           "ok       a message arrives, and the reply",
           "null, before the first failure too: DTC_Get_Error gave null\n",
           "creating an unknown service fails with -1 and an error text: DTC_IO_Create gave 0\n"}},
         {"no-text leak stays no-id null-sent old-way short impatient cut",
+         "2",
          {"opening where nobody serves fails with -1 and an error text: DTC_IO_Open gave -1 and no",
           "warning  its calls .*: those of DTC_IO_Send_V2 go to another adapter library",
           "warning  its unloading removes it from the process: its file stays mapped",
           "a server has a local id and stores its state: DTC_IO_Local_Id gave 0 and stored nothing",
           "created again after its close: DTC_IO_Create gave -1, .*Address already in use",
-          "its time-out, then -8: client: DTC_IO_Receive took [0-9] ms with a time-out of 200 ms\n",
+          "its time-out, then -8: client: DTC_IO_Receive took [0-9]+ ms with a time-out of 200 "
+          "ms\n",
           "a time-out of 0xFFFFFFFF waits without limit: server: DTC_IO_Receive gave -8\n",
           "with a null pointer: client: .* in DTC_IO_Send_V2\n",
           "the older DTC_IO_Send sends as well: client: DTC_IO_Send gave -6\n",
@@ -87,19 +94,23 @@ TEST(DtcctlAdapterTest, NamesEachFault)
           "after its last client has closed a server gives -9, .*: server: DTC_IO_Receive gave -8",
           "after its server has closed a client gives -9: client: nothing came within 1000 ms"}},
         {"tag",
+         "60",
          {"reply reaches .*: client: sent tag 42, received tag 7\n",
           "skipped  a client waits .*: it carries no message\n"}},
         {"overrun",
+         "60",
          {"reply reaches .*: client: DTC_IO_Receive wrote beyond the buffer's 5 bytes\n"}},
         {"crash",
+         "60",
          {"FAILED   creating a service gives a handle: killed by signal 6 .* in DTC_IO_Create\n"}},
-        {"exit", {"address gives a handle: client: ended .* with status 0 in DTC_IO_Open\n"}},
+        {"exit", "60", {"address gives a handle: client: ended .* with status 0 in DTC_IO_Open\n"}},
         {"hang",
+         "2",
          {"then -8 or -9: no end in DTC_IO_Receive within 2000 ms\n",
           "address gives a handle: server: no end in DTC_IO_Receive within 2000 ms\n"}},
     };
-    for (auto const& [faults, lines] : cases) {
-        std::string const report = check({FAULTY_ADAPTER, "--deadline", "2"}, 1, faults);
+    for (auto const& [faults, deadline, lines] : cases) {
+        std::string const report = check({FAULTY_ADAPTER, "--deadline", deadline}, 1, faults);
         for (char const* line : lines)
             EXPECT_THAT(report, ContainsRegex(line)) << faults;
     }
@@ -125,7 +136,8 @@ TEST(DtcctlAdapterTest, ListensOnSeveralDevices)
     Child listening({PROGRAM_DIRECTORY "dtcctl", "listen", "absent0", "skylark0", "example0"});
     ASSERT_TRUE(listening.waitForOutput("Listening to 2 connections\n"));
     EXPECT_THAT(listening.output(), HasSubstr("Load of absent_io.so failed\n"));
-    Child sending({PROGRAM_DIRECTORY "dtcctl", "send", "127.0.0.1", "hello", "--tag", "9"});
+    Child sending({PROGRAM_DIRECTORY "dtcctl", "send", "127.0.0.1", "hello", "--tag", "9",
+                   "--timeout", "60000"});
     EXPECT_EQ(sending.wait(), 0);
     EXPECT_THAT(sending.output(), HasSubstr("reply: 5 bytes, tag 9\n"));
     EXPECT_TRUE(listening.waitForOutput(" at 55755: 5 bytes, tag 9\n"));

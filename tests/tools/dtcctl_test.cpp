@@ -9,14 +9,15 @@ TEST(DtcctlTest, ServesSendsAndPings)
 {
     Child serving(commandLine({"serve"}));
     ASSERT_TRUE(serving.waitForOutput("serving dtc_io on port 55755\n"));
-    EXPECT_THAT(dtcctl("send 127.0.0.1 hello --tag 42"),
+    EXPECT_THAT(dtcctl("send 127.0.0.1 hello --tag 42 --timeout 60000"),
                 AllOf(HasSubstr("hello"), HasSubstr("reply: 5 bytes, tag 42")));
     EXPECT_TRUE(serving.waitForOutput("message from "));
     EXPECT_TRUE(serving.waitForOutput(": 5 bytes, tag 42\n"));
     EXPECT_TRUE(serving.waitForOutput("the last client has gone\n"));
 
     std::string const file = fileWith(std::string(300'000, 'x') + "end");
-    std::string const reply = dtcctl({"send", "skylark0:0x7F000001", "--file", file});
+    std::string const reply =
+        dtcctl({"send", "skylark0:0x7F000001", "--file", file, "--timeout", "60000"});
     EXPECT_EQ(reply.substr(reply.find("end")), "endreply: 300003 bytes, tag 0\n");
     EXPECT_THAT(dtcctl("ping localhost -c 3 -i 0 -s 1000 -W 60000"),
                 AllOf(HasSubstr("1000 bytes from localhost: seq=3 time="),
