@@ -1,5 +1,5 @@
-# The product: skylark_io.so, and the same objects as a static library that only the tests link, because tests
-# reach what the shared library does not let out.
+# The product: skylark_io.so, and the same objects as a static library that only tests, fuzz targets and some
+# benchmarks link, because they reach what the shared library does not let out.
 
 # Says which of a folder's headers programs may include: they are installed with their folder.
 function(skylark_public_headers)
@@ -57,5 +57,5 @@ target_link_options(skylark_io PRIVATE
   LINKER:-Bsymbolic
   LINKER:--gc-sections LINKER:--as-needed LINKER:-z,relro LINKER:-z,now)
 
-add_library(skylark_io_static STATIC)
+add_library(skylark_io_static STATIC EXCLUDE_FROM_ALL)
 target_link_libraries(skylark_io_static PUBLIC skylark_io_objects skylark_platform_simulated)
