@@ -1,5 +1,6 @@
 // What loading the library and using its drivers costs, on a simulated box in a temporary
 // directory.
+#include "bench/statistics.h"
 #include "bench/temporary_box.h"
 #include "periph/dtc_periph_fpga.h"
 #include "periph/dtc_periph_i2c_linux.h"
@@ -43,27 +44,20 @@ void toggleLed(benchmark::State& state)
         getI2CLed0().toggle();
 }
 
-double secondsOn(clockid_t clock)
-{
-    timespec time{};
-    clock_gettime(clock, &time);
-    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
-}
-
 void writeEeprom(benchmark::State& state)
 {
     constexpr double writeCycles = EEPROM_NUM_PAGES * 0.005; // what the part itself needs, seconds
     std::vector<unsigned char> data(EEPROM_SIZE);
     std::vector<unsigned char> stored(EEPROM_SIZE);
     getEEPROM().init();
-    double const start = secondsOn(CLOCK_MONOTONIC);
-    double const processorStart = secondsOn(CLOCK_PROCESS_CPUTIME_ID);
+    double const start = bench::secondsOn(CLOCK_MONOTONIC);
+    double const processorStart = bench::secondsOn(CLOCK_PROCESS_CPUTIME_ID);
     for (auto _ : state) {
         data.assign(EEPROM_SIZE, static_cast<unsigned char>(data[0] + 1));
         getEEPROM().write(0, data.data(), EEPROM_SIZE, true);
     }
-    double const elapsed = secondsOn(CLOCK_MONOTONIC) - start;
-    double const processor = secondsOn(CLOCK_PROCESS_CPUTIME_ID) - processorStart;
+    double const elapsed = bench::secondsOn(CLOCK_MONOTONIC) - start;
+    double const processor = bench::secondsOn(CLOCK_PROCESS_CPUTIME_ID) - processorStart;
     getEEPROM().read(0, stored.data(), EEPROM_SIZE);
     if (stored != data)
         state.SkipWithError("not what was written");

@@ -3,6 +3,7 @@
 #include "bench/allocations.h"
 #include "bench/message_road.h"
 #include "bench/run.h"
+#include "bench/statistics.h"
 
 #include <algorithm>
 #include <benchmark/benchmark.h>
@@ -81,13 +82,6 @@ private:
     typename Road::Client m_client{m_server.port()};
 };
 
-double median(std::vector<double> values)
-{
-    auto const middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
-}
-
 /// Runs both roads by turns, a few milliseconds each, so that whatever else the machine does meets
 /// both.
 void compare(benchmark::State& state, unsigned int group, unsigned int length,
@@ -112,9 +106,9 @@ void compare(benchmark::State& state, unsigned int group, unsigned int length,
         shares.push_back(plainCost / libraryCost);
         state.SetIterationTime(libraryCost + plainCost);
     }
-    state.counters["library us"] = median(library.times) * 1e6;
-    state.counters["plain us"] = median(plain.times) * 1e6;
-    state.counters["speed share"] = median(shares);
+    state.counters["library us"] = bench::median(library.times) * 1e6;
+    state.counters["plain us"] = bench::median(plain.times) * 1e6;
+    state.counters["speed share"] = bench::median(shares);
     state.counters["allocations"] = static_cast<double>(allocated);
 }
 

@@ -3,6 +3,7 @@
 // functions, at both ends.
 #include "adapter/dtc_io.h"
 #include "bench/run.h"
+#include "bench/statistics.h"
 #include "loader/io_adapter_proxy_connection.h"
 
 #include <algorithm>
@@ -175,13 +176,6 @@ private:
     std::thread m_thread;
 };
 
-double median(std::vector<double> values)
-{
-    auto const middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
-}
-
 void roundTrip(benchmark::State& state)
 {
     auto const length = static_cast<unsigned int>(state.range(0));
@@ -197,9 +191,9 @@ void roundTrip(benchmark::State& state)
         costs.push_back(times[Proxied].back() / times[Straight].back() - 1);
         state.SetIterationTime((times[Straight].back() + times[Proxied].back()) * repeats);
     }
-    state.counters["proxied us"] = median(times[Proxied]) * 1e6 / 2;
-    state.counters["straight us"] = median(times[Straight]) * 1e6 / 2;
-    state.counters["cost %"] = median(costs) * 100;
+    state.counters["proxied us"] = bench::median(times[Proxied]) * 1e6 / 2;
+    state.counters["straight us"] = bench::median(times[Straight]) * 1e6 / 2;
+    state.counters["cost %"] = bench::median(costs) * 100;
 }
 
 /// The cheapest call of all, where the proxy's own cost shows.

@@ -43,6 +43,8 @@ std::string numberForm(in_addr address)
 
 std::string resolve(std::string const& name)
 {
+    if (name == "localhost") // also where no file and no server tells (RFC 6761, 6.3)
+        return numberForm({htonl(INADDR_LOOPBACK)});
     addrinfo hints{};
     hints.ai_family = AF_INET;
     hints.ai_socktype = SOCK_STREAM;

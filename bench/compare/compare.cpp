@@ -3,6 +3,7 @@
 // Prints medians as comma-separated values. In each round every road gets new processes and
 // connections.
 #include "bench/compare/contender_process.h"
+#include "bench/statistics.h"
 #include "bench/temporary_box.h"
 
 #include <algorithm>
@@ -42,13 +43,6 @@ struct Course
     std::vector<Measured> time;      // microseconds
     std::vector<Measured> processor; // microseconds, both ends
 };
-
-double median(std::vector<double> values)
-{
-    auto const middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
-}
 
 Course course(char const* name, Exchange const& exchange, std::size_t contenders)
 {
@@ -111,7 +105,7 @@ void print(char const* what, char const* quantity, unsigned int size,
     for (std::size_t i = 0; i < programs.size(); ++i) {
         std::string const name = programs[i].substr(programs[i].rfind("contender_") + 10);
         std::printf("%s,%s,%u,%s,%.3f,%.3f,%s\n", what, quantity, size, name.c_str(),
-                    median(measured[i].values), median(measured[i].ofFirst), unit);
+                    bench::median(measured[i].values), bench::median(measured[i].ofFirst), unit);
     }
 }
 

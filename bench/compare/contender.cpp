@@ -2,6 +2,7 @@
 // is chosen by the build. Started by bench_compare, which is at the other end of the descriptor.
 #include BENCH_ROAD_HEADER
 #include "bench/compare/exchange.h"
+#include "bench/statistics.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -16,25 +17,18 @@ namespace {
 using bench::Cost;
 using bench::Exchange;
 
-double secondsOn(clockid_t clock)
-{
-    timespec time{};
-    clock_gettime(clock, &time);
-    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
-}
-
 class Stopwatch
 {
 public:
     Cost read() const
     {
-        return {secondsOn(CLOCK_MONOTONIC) - m_start,
-                secondsOn(CLOCK_PROCESS_CPUTIME_ID) - m_processorStart};
+        return {bench::secondsOn(CLOCK_MONOTONIC) - m_start,
+                bench::secondsOn(CLOCK_PROCESS_CPUTIME_ID) - m_processorStart};
     }
 
 private:
-    double m_start = secondsOn(CLOCK_MONOTONIC);
-    double m_processorStart = secondsOn(CLOCK_PROCESS_CPUTIME_ID);
+    double m_start = bench::secondsOn(CLOCK_MONOTONIC);
+    double m_processorStart = bench::secondsOn(CLOCK_PROCESS_CPUTIME_ID);
 };
 
 template <typename End>
