@@ -25,12 +25,12 @@ public:
     LOCK& operator=(LOCK const&) = delete;
 
     /// Takes the lock, trying every interval milliseconds (0 counts as 1), timeout / interval times
-    /// and at least once; a timeout of 0 tries without limit. Waiting for another thread of this
-    /// process has no limit either. Throws Timeout, with the file's path, after the last attempt;
-    /// nothing is held then, nor when the thread is
-    /// cancelled in its wait. Whatever keeps the file from being created counts as taken, a missing
-    /// directory and want of descriptors too. The holding thread may acquire locks of other names;
-    /// the same name again would wait for itself.
+    /// and at least once; a timeout of 0 tries without limit. Whatever keeps the file from being
+    /// created counts as taken, a missing directory and want of descriptors too. Waiting for
+    /// another thread of this process has no limit either. Throws Timeout, with the file's path,
+    /// after the last attempt. Nothing is held then, nor when the thread is cancelled in its wait.
+    /// The holding thread may acquire locks of other names; the same name again would wait for
+    /// itself.
     void acquire(unsigned int timeout, unsigned int interval);
 
     /// Gives the lock up: once after each successful acquire of this object, by the same thread.
