@@ -3,6 +3,7 @@
 
 #include "adapter/io_adapter.h"
 #include "adapter/skylark_io_adapter_error_text.h"
+#include "util/message_path.h"
 
 #include <memory>
 
@@ -30,25 +31,27 @@ public:
 
 protected:
     /// Sends one message of length bytes. Blocks until it has gone out or the socket fails.
-    DTC_IO_STATUS send_sock(uSocket* socket, unsigned int tag, unsigned int* buffer,
-                            unsigned int length, unsigned int* sent);
+    KORVA_ONE_PIECE DTC_IO_STATUS send_sock(uSocket* socket, unsigned int tag, unsigned int* buffer,
+                                            unsigned int length, unsigned int* sent);
 
     /// Receives one message into the size bytes at buffer. Blocks until it is in or the socket
     /// fails. A message larger than size is read to its end and dropped.
-    DTC_IO_STATUS receive_sock(uSocket* socket, unsigned int* tag, unsigned int* buffer,
-                               unsigned int size, unsigned int* received);
+    KORVA_ONE_PIECE DTC_IO_STATUS receive_sock(uSocket* socket, unsigned int* tag,
+                                               unsigned int* buffer, unsigned int size,
+                                               unsigned int* received);
 
-    DTC_IO_STATUS fail(DTC_IO_STATUS status, char const* text);
+    KORVA_SELDOM DTC_IO_STATUS fail(DTC_IO_STATUS status, char const* text);
 
     ErrorText m_error;
     std::unique_ptr<uSocket> m_socket;
 
 private:
-    DTC_IO_STATUS discard_payload(uSocket& socket, unsigned char* buffer, unsigned int size,
-                                  unsigned int length);
+    KORVA_SELDOM DTC_IO_STATUS discard_payload(uSocket& socket, unsigned char* buffer,
+                                               unsigned int size, unsigned int length);
     /// The status for a socket's result, which it also prints with the call, where that is not
     /// null.
-    DTC_IO_STATUS transfer_failed(uSocket const& socket, unsigned int result, char const* call);
+    KORVA_SELDOM DTC_IO_STATUS transfer_failed(uSocket const& socket, unsigned int result,
+                                               char const* call);
 };
 
 } // namespace KORVA::DTC

@@ -7,6 +7,7 @@
 #pragma once
 
 #include "adapter/skylark_io_adapter_connection.h"
+#include "util/message_path.h"
 #include "util/umutex.h"
 
 #include <array>
@@ -34,11 +35,13 @@ public:
     /// Closes every client's connection; on_last_client_removed is not called.
     ~skylark_Server() override;
 
-    DTC_IO_STATUS send(unsigned int clientId, unsigned int tag, unsigned int* buffer,
-                       unsigned int length, unsigned int* sent) override;
+    KORVA_ONE_PIECE DTC_IO_STATUS send(unsigned int clientId, unsigned int tag,
+                                       unsigned int* buffer, unsigned int length,
+                                       unsigned int* sent) override;
     DTC_IO_STATUS receive_ready(unsigned int timeout) override;
-    DTC_IO_STATUS receive(unsigned int* clientId, unsigned int* tag, unsigned int* buffer,
-                          unsigned int size, unsigned int* received, unsigned int timeout) override;
+    KORVA_ONE_PIECE DTC_IO_STATUS receive(unsigned int* clientId, unsigned int* tag,
+                                          unsigned int* buffer, unsigned int size,
+                                          unsigned int* received, unsigned int timeout) override;
 
     /// Whether a client at the dotted address is admitted: not when another machine holds the box
     /// and only one may, nor when the configuration's filter refuses it (the first LED then blinks
@@ -62,7 +65,7 @@ protected:
     bool add_client(uSocket* socket);
     bool initialize_client(uSocket* socket);
     clientPtr* lookup_client(unsigned int id);
-    void remove_client(clientPtr* client);
+    KORVA_SELDOM void remove_client(clientPtr* client);
 
     /// With the lock held: the listening descriptor and those of the live clients; clears dead
     /// slots on the way.
@@ -83,7 +86,7 @@ protected:
     WaitResult wait_for_ready_client(unsigned int timeout, uMutexGuard& guard);
 
 private:
-    bool accept_client();
+    KORVA_SELDOM bool accept_client();
     clientPtr* find_free_slot();
     bool is_still_readable(WaitResult const& wait) const;
 

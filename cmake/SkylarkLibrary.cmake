@@ -20,6 +20,8 @@ function(skylark_library_objects target)
     # The box has little room, and most of the library waits for its devices or its shell anyway.
     $<$<CONFIG:Release>:-Os>)
   if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    # The library is linked with -Bsymbolic: its functions are never replaced by others of the same name.
+    target_compile_options(${target} PRIVATE -fno-semantic-interposition)
     # A unique symbol would keep the library in the process for ever after dlopen.
     target_compile_options(${target} PRIVATE -fno-gnu-unique)
     # The message path runs through small functions of several files.

@@ -33,7 +33,35 @@ public:
     pthread_t GetOwnerThreadHandle() const { return m_owner.load(std::memory_order_relaxed); }
 
 private:
-    int addLevels(int levels);
+    friend class uMutexGuard;
+
+    /// Lock and Unlock for a caller that knows its thread, and in release that it is the owner.
+    /// They stand here to become part of their callers: each message takes two turns.
+    bool acquire(pthread_t self)
+    {
+        if (!pthread_equal(m_owner.load(std::memory_order_relaxed), self)) {
+            if (pthread_mutex_lock(&m_mutex) != 0)
+                return false;
+            m_owner.store(self, std::memory_order_relaxed);
+        }
+        addLevels(1);
+        return true;
+    }
+    void release()
+    {
+        if (addLevels(-1) > 0)
+            return;
+        m_owner.store(0, std::memory_order_relaxed);
+        pthread_mutex_unlock(&m_mutex);
+    }
+
+    /// Only the owner calls, so no read-modify-write instruction is needed.
+    int addLevels(int levels)
+    {
+        int const count = m_lockCount.load(std::memory_order_relaxed) + levels;
+        m_lockCount.store(count, std::memory_order_relaxed);
+        return count;
+    }
 
     pthread_mutex_t m_mutex = PTHREAD_MUTEX_INITIALIZER;
     // Written by the owner alone, read by anyone: only the owner can find its own handle in
@@ -42,33 +70,33 @@ private:
     std::atomic<pthread_t> m_owner{0};
 };
 
-/// Holds one level of a uMutex from construction to destruction.
+/// Holds one level of a uMutex from construction to destruction. It belongs to the thread that made
+/// it.
 class [[nodiscard]] uMutexGuard
 {
 public:
     explicit uMutexGuard(uMutex& mutex) : m_mutex(mutex) { Acquire(); }
-    ~uMutexGuard()
-    {
-        if (m_holds)
-            Release();
-    }
+    ~uMutexGuard() { Release(); }
     uMutexGuard(uMutexGuard const&) = delete;
     uMutexGuard& operator=(uMutexGuard const&) = delete;
 
-    /// Gives the level up for a while; Acquire takes it again.
+    /// Gives the level up for a while; Acquire takes it again. A second call in a row does nothing.
     void Release()
     {
-        m_mutex.Unlock();
+        if (!m_holds)
+            return;
+        m_mutex.release();
         m_holds = false;
     }
     void Acquire()
     {
-        m_mutex.Lock();
-        m_holds = true;
+        if (!m_holds)
+            m_holds = m_mutex.acquire(m_thread);
     }
 
 private:
     uMutex& m_mutex;
+    pthread_t const m_thread = pthread_self();
     bool m_holds = false;
 };
 

@@ -1,6 +1,7 @@
 #include "util/usocket.h"
 
 #include "util/descriptor.h"
+#include "util/message_path.h"
 #include "util/no_cancellation.h"
 #include "util/usocket_error.h"
 
@@ -212,7 +213,8 @@ unsigned int uSocket::WriteData(unsigned char const* buffer, unsigned int length
     return transferResult(sent, "socket write error", "socket closed: write error");
 }
 
-unsigned int uSocket::transferResult(long transferred, char const* failed, char const* closed)
+KORVA_SELDOM unsigned int uSocket::transferResult(long transferred, char const* failed,
+                                                  char const* closed)
 {
     int const error = static_cast<int>(getLastSockErr(transferred == -1 ? failed : closed));
     return isConnectionLost(error) ? ConnectionLost : Failed;

@@ -35,4 +35,21 @@ TEST(MutexTest, IsReentrantForItsOwnerAndClosedToOthers)
     EXPECT_EQ(entries, 60'000);
 }
 
+TEST(MutexTest, AGuardGivesUpOnlyWhatItHolds)
+{
+    uMutex mutex;
+    EXPECT_TRUE(mutex.Lock());
+    {
+        KORVA::uMutexGuard guard(mutex);
+        guard.Release();
+        guard.Release();
+        EXPECT_EQ(mutex.GetOwnerThreadHandle(), pthread_self())
+            << "the level below is not the guard's";
+        guard.Acquire();
+        guard.Acquire();
+    }
+    EXPECT_TRUE(mutex.Unlock());
+    EXPECT_FALSE(mutex.IsLocked());
+}
+
 } // namespace
