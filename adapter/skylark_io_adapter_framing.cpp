@@ -5,6 +5,8 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstring>
+#include <endian.h>
 
 namespace KORVA::DTC {
 namespace {
@@ -12,20 +14,17 @@ namespace {
 constexpr char const* fileName = "skylark_io_adapter_framing.cpp";
 constexpr char const* disconnected = "Client has disconnected";
 
-// Written out, because compilers make one store or load of it where the machine's byte order
-// allows.
 void encodeWord(unsigned char* bytes, std::uint32_t word)
 {
-    bytes[0] = static_cast<unsigned char>(word);
-    bytes[1] = static_cast<unsigned char>(word >> 8);
-    bytes[2] = static_cast<unsigned char>(word >> 16);
-    bytes[3] = static_cast<unsigned char>(word >> 24);
+    std::uint32_t const littleEndian = htole32(word);
+    std::memcpy(bytes, &littleEndian, sizeof littleEndian);
 }
 
 std::uint32_t decodeWord(unsigned char const* bytes)
 {
-    return static_cast<std::uint32_t>(bytes[0]) | static_cast<std::uint32_t>(bytes[1]) << 8 |
-           static_cast<std::uint32_t>(bytes[2]) << 16 | static_cast<std::uint32_t>(bytes[3]) << 24;
+    std::uint32_t littleEndian = 0;
+    std::memcpy(&littleEndian, bytes, sizeof littleEndian);
+    return le32toh(littleEndian);
 }
 
 /// Writes all length bytes, however many calls that takes. Returns the socket's result.

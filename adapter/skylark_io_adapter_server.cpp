@@ -116,7 +116,7 @@ skylark_Server::WaitResult skylark_Server::wait_for_ready_client(unsigned int ti
 
         guard.Release();
         int const readable = select_readable(set, maxfd, wait.slice());
-        int const error = errno;
+        int const error = readable == -1 ? errno : 0;
         guard.Acquire();
 
         if (readable == -1) {
