@@ -11,6 +11,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <numeric>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -80,14 +82,13 @@ void note(std::vector<Measured>& measured, std::vector<double> const& values, do
     }
 }
 
-/// Every road once, beginning with another one each time.
+/// Every road once, in the order given.
 void takeTurns(Course& course, std::vector<std::unique_ptr<Contender>>& contenders,
-               std::size_t beginning, bool noted)
+               std::vector<std::size_t> const& order, bool noted)
 {
     std::vector<double> time(contenders.size());
     std::vector<double> processor(contenders.size());
-    for (std::size_t i = 0; i < contenders.size(); ++i) {
-        std::size_t const who = (beginning + i) % contenders.size();
+    for (std::size_t const who : order) {
         Cost const cost = turn(*contenders[who], course.exchange);
         time[who] = cost.seconds;
         processor[who] = cost.processorSeconds;
@@ -122,9 +123,14 @@ public:
         std::vector<std::unique_ptr<Contender>> contenders;
         for (std::string const& program : m_programs)
             contenders.push_back(std::make_unique<Contender>(program));
+        std::vector<std::size_t> order(contenders.size());
+        std::iota(order.begin(), order.end(), 0U);
         for (std::size_t c = 0; c < m_courses.size(); ++c) {
-            for (unsigned int t = 0; t <= turns; ++t)
-                takeTurns(m_courses[c], contenders, t, t > 0);
+            for (unsigned int t = 0; t <= turns; ++t) {
+                // A road can leave the machine busy: none comes always after the same other one.
+                std::shuffle(order.begin(), order.end(), m_random);
+                takeTurns(m_courses[c], contenders, order, t > 0);
+            }
             std::vector<double> kib;
             for (auto const& contender : contenders)
                 kib.push_back(contender->server.peakKib() + contender->client.peakKib());
@@ -146,6 +152,7 @@ public:
 private:
     std::vector<std::string> m_programs;
     std::vector<Course> m_courses;
+    std::mt19937 m_random;
     std::vector<std::vector<Measured>> m_memory; // by course and contender
 };
 
