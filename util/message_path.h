@@ -6,7 +6,8 @@
 /// it.
 #pragma once
 
-/// Whatever the function calls becomes a part of it.
+/// Whatever the function calls becomes a part of it; functions of other files only where link-time
+/// optimisation is on, as it is with g++.
 #define KORVA_ONE_PIECE [[gnu::flatten]]
 
 /// Never a part of its callers.

@@ -14,12 +14,7 @@ bool uMutex::Lock()
 
 bool uMutex::Unlock()
 {
-    if (!pthread_equal(m_owner.load(std::memory_order_relaxed), pthread_self()))
-        return false;
-    if (m_lockCount.load(std::memory_order_relaxed) <= 0)
-        return true;
-    release();
-    return true;
+    return release(pthread_self());
 }
 
 } // namespace KORVA

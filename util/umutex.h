@@ -35,24 +35,29 @@ public:
 private:
     friend class uMutexGuard;
 
-    /// Lock and Unlock for a caller that knows its thread, and in release that it is the owner.
-    /// They stand here to become part of their callers: each message takes two turns.
+    /// Lock and Unlock for a caller that knows its thread. They stand here to become part of their
+    /// callers: each message takes two turns.
     bool acquire(pthread_t self)
     {
-        if (!pthread_equal(m_owner.load(std::memory_order_relaxed), self)) {
-            if (pthread_mutex_lock(&m_mutex) != 0)
-                return false;
-            m_owner.store(self, std::memory_order_relaxed);
-        }
+        bool const owns = pthread_equal(m_owner.load(std::memory_order_relaxed), self) != 0;
+        if (!owns && pthread_mutex_lock(&m_mutex) != 0)
+            return false;
         addLevels(1);
+        if (!owns)
+            m_owner.store(self, std::memory_order_relaxed);
         return true;
     }
-    void release()
+    bool release(pthread_t self)
     {
-        if (addLevels(-1) > 0)
-            return;
-        m_owner.store(0, std::memory_order_relaxed);
-        pthread_mutex_unlock(&m_mutex);
+        if (!pthread_equal(m_owner.load(std::memory_order_relaxed), self))
+            return false;
+        if (m_lockCount.load(std::memory_order_relaxed) <= 0)
+            return true;
+        if (addLevels(-1) == 0) {
+            m_owner.store(0, std::memory_order_relaxed);
+            pthread_mutex_unlock(&m_mutex);
+        }
+        return true;
     }
 
     /// Only the owner calls, so no read-modify-write instruction is needed.
@@ -85,7 +90,7 @@ public:
     {
         if (!m_holds)
             return;
-        m_mutex.release();
+        m_mutex.release(m_thread);
         m_holds = false;
     }
     void Acquire()

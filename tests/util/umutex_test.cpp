@@ -50,6 +50,13 @@ TEST(MutexTest, AGuardGivesUpOnlyWhatItHolds)
     }
     EXPECT_TRUE(mutex.Unlock());
     EXPECT_FALSE(mutex.IsLocked());
+    {
+        KORVA::uMutexGuard const guard(mutex);
+        EXPECT_TRUE(mutex.Unlock());
+    }
+    EXPECT_TRUE(mutex.Lock() && mutex.IsLocked()) << "its level was given up by hand before";
+    EXPECT_TRUE(mutex.Unlock());
+    EXPECT_FALSE(mutex.IsLocked());
 }
 
 } // namespace
