@@ -141,6 +141,10 @@ unsigned int uSocket::ClientCreate(char const* host, unsigned int port)
         return InvalidArgument;
     }
     SetNoDelay(1);
+    // The system tries three times more, after 1, 2 and 4 seconds, and gives up after another 8;
+    // where the first repetitions come every second (Linux 6.5), 4 seconds later (tcp(7)).
+    constexpr int repetitions = 3;
+    setsockopt(m_descriptor, IPPROTO_TCP, TCP_SYNCNT, &repetitions, sizeof repetitions);
     if (connectTo(m_descriptor, internetAddress(inet_addr(host), port)) == -1) {
         getLastSockErr("Error on socket connect");
         return Failed;
@@ -256,6 +260,7 @@ unsigned int uSocket::getLastSockErr(char const* prefix)
 {
     int const error = errno;
     m_lastError = std::string(prefix) + ": " + socketErrorText(error);
+    errno = error;
     return static_cast<unsigned int>(error);
 }
 

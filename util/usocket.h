@@ -42,7 +42,7 @@ public:
     unsigned int ServerCreate(unsigned int port);
 
     /// Connects to the dotted-decimal host (no name is looked up) and the port (its low 16 bits).
-    /// Blocks as long as the system tries. 0; 2 when there is no socket to be had; 4 when not
+    /// Blocks for 15 to 20 seconds when nothing answers. 0; 2: there is no socket to be had; 4: not
     /// connected. The descriptor of a failed attempt stays open until Close.
     unsigned int ClientCreate(char const* host, unsigned int port);
 
@@ -78,7 +78,8 @@ public:
     /// listened on for a minute.
     void Abort();
 
-    /// Records prefix + ": " + the text of the current errno as the last error; returns that errno.
+    /// Records prefix + ": " + the text of the current errno as the last error; returns that errno,
+    /// and leaves it as it was: so it also tells why an operation failed.
     unsigned int getLastSockErr(char const* prefix);
 
     int GetDescriptor() const { return m_descriptor; } ///< -1 when closed or not yet open.

@@ -40,6 +40,7 @@ TEST_F(SocketTest, ReadsWhatIsThereAndReportsTheEnd)
         EXPECT_EQ(optionOf(socket->GetDescriptor(), IPPROTO_TCP, TCP_NODELAY), 1);
         EXPECT_EQ(fcntl(socket->GetDescriptor(), F_GETFD), FD_CLOEXEC);
     }
+    EXPECT_EQ(optionOf(client.GetDescriptor(), IPPROTO_TCP, TCP_SYNCNT), 3) << "ends in seconds";
     EXPECT_EQ(client.WriteData(bytes, 5, 3, &count), 0U);
     EXPECT_EQ(accepted->ReadData(bytes, 16, 0, &count), 0U);
     EXPECT_EQ(accepted->ReadData(nullptr, 16, 0, &count), 2U);
