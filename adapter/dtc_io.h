@@ -18,9 +18,17 @@
  * Handles. DTC_IO_Create and DTC_IO_Open store a connection handle through their last argument,
  * which must not be null. The library owns what it stands for; the caller gives it back with
  * DTC_IO_Close, once. No other function checks a handle: one that is null, closed or made up is
- * undefined behaviour. Unloading the library closes what is still open. End the process, or unload,
- * only when no thread is inside a call: one in the middle of a message holds exit up until its peer
- * goes on.
+ * undefined behaviour.
+ *
+ * Endings. Closing a connection wakes every thread inside its calls, whether it waits, is in the
+ * middle of a message or cannot send because the peer does not read: each call returns
+ * DTC_IO_DISCONNECTED with the text "Connection has been closed", and the closing waits until the
+ * last has returned. That takes a millisecond, a tenth of a second for a send, and up to seconds
+ * while a client is being admitted. Unloading the library, and the end of the process by exit or by
+ * return from main, close what is still open in the same way, and wait for a DTC_IO_Open that is
+ * connecting. A thread that calls again while the process comes to its end gets
+ * DTC_IO_DISCONNECTED; a call that begins when its connection is closed, or the library unloaded,
+ * is undefined behaviour. A thread must not be cancelled (pthread_cancel) inside a call.
  *
  * Messages and buffers. A message is 1 to 0xFFFFFFFF bytes of any content, and a 32-bit tag that
  * the receiver gets unchanged. Buffers are declared as pointers to unsigned int but hold bytes and
@@ -30,7 +38,8 @@
  * Time-outs. In milliseconds; 0 asks without waiting; DTC_IO_NO_TIME_LIMIT waits without limit. The
  * time-out covers the wait for the beginning of a message. Once a message has begun to arrive,
  * receiving it takes as long as its sender takes, and sending takes as long as the peer takes to
- * receive: both block without limit. A server's wait starts anew, with the full time-out, whenever
+ * receive: both block without limit, however long a peer that is alive does not read. A server's
+ * wait starts anew, with the full time-out, whenever
  * a client has connected. A signal handler that runs during the wait ends it early: DTC_IO_TIMEOUT,
  * or DTC_IO_DISCONNECTED when there is no client, from a server; DTC_IO_FAILED from a client. It
  * never tears a message apart.
@@ -42,14 +51,14 @@
  * asked about without a time-out. Let one thread at a time wait on a server: several may, but one
  * of them can sleep through a client that another one has accepted. A client connection is for one
  * thread at a time. The library starts no thread; a server accepts clients only while some thread
- * is inside DTC_IO_Receive or DTC_IO_Receive_Ready. A thread may be cancelled while it waits for a
- * message; in the middle of one the peer's stream is torn, and nothing sensible can be expected of
- * it any more.
+ * is inside DTC_IO_Receive or DTC_IO_Receive_Ready.
  *
  * The process. The first DTC_IO_Create or DTC_IO_Open sets the box's network up from its
  * configuration and waits for that; while it cannot, both fail without a text. Both set SIGPIPE to
- * be ignored. Descriptors are close-on-exec; a child made by fork alone must leave with _exit,
- * because exit would shut the parent's connections down. Descriptors of 1024 and more are refused.
+ * be ignored. Descriptors are close-on-exec. After fork both processes share the connections, and
+ * the one that does not use them must leave with _exit: exit would shut them down for the other
+ * one, so that a service whose program has gone into the background this way refuses its clients.
+ * Fork first, then DTC_IO_Create. Descriptors of 1024 and more are refused.
  * Diagnostics go to standard output.
  *
  * On the wire each message is a header of four little-endian 32-bit words (0xFACE0001, a reserved
@@ -115,14 +124,16 @@ DTC_IO_STATUS DTC_IO_Create(const char* service, unsigned int param, void** conn
  * number, decimal, octal after "0" or hexadecimal after "0x"; anything up to a last ':' is ignored,
  * and so is what follows the number: "3232235876", "0xC0A80164" and "skylark0:0xC0A80164" all mean
  * 192.168.1.100, but "192.168.1.100" means 192, that is 0.0.0.192. An address without a 32-bit
- * number is refused. Blocks as long as the system tries to connect. Returns DTC_IO_SUCCESS and the
+ * number is refused. Blocks until the connection stands or fails: for 15 to 20 seconds when nothing
+ * answers, a host that is not there or a server that accepts nobody. Returns DTC_IO_SUCCESS and the
  * handle, or DTC_IO_NO_CONNECTION and null. That the server turns the client away shows at
  * once, as a failure to connect, or in a later send or receive, as DTC_IO_DISCONNECTED.
  */
 DTC_IO_STATUS DTC_IO_Open(const char* address, const char* service, void** connection);
 
 /**
- * Closes the connection and gives up its handle; no other thread may be using it. What a client has
+ * Closes the connection and gives up its handle; "Endings" above tells what becomes of the threads
+ * that are inside its calls. What a client has
  * sent still arrives, unless it leaves replies unread. A server resets its clients, and what they
  * have not received yet is lost. A handle that the library does not hold, null included, is
  * ignored.
@@ -136,7 +147,7 @@ void DTC_IO_Close(void* connection);
  * goes to the one in the lowest place.
  * Blocks until the system has taken the whole message. DTC_IO_INVALID: no buffer or no length,
  * nothing sent. DTC_IO_DISCONNECTED: no such client, or the peer has gone. DTC_IO_FAILED: anything
- * else.
+ * else. A peer that vanishes meanwhile is noticed after about 30 seconds, as by DTC_IO_Receive.
  */
 DTC_IO_STATUS DTC_IO_Send_V2(void* connection, unsigned int clientId, unsigned int tag,
                              unsigned int* buffer, unsigned int length, unsigned int* sent);
@@ -152,9 +163,12 @@ DTC_IO_STATUS DTC_IO_Send_V2(void* connection, unsigned int clientId, unsigned i
  * the last client goes or a signal interrupts it. DTC_IO_INVALID: null pointer or no size; or the
  * message was larger than the buffer: it is lost, and the connection goes on. DTC_IO_FAILED: socket
  * failure, or a peer that does not keep to the message format, after which nothing sensible can be
- * expected of it. A server's client that falls silent without closing is noticed after about 30
- * seconds: one call gives DTC_IO_FAILED, the next finds it gone. A client connection to a server
- * that vanishes is not noticed by waiting.
+ * expected of it. A server's client that vanishes without closing is noticed after about 30
+ * seconds, by whichever calls wait on the server meanwhile, a send to it among them: it counts as
+ * gone, or one call gives DTC_IO_FAILED and the next finds it gone. It takes up to five minutes
+ * when the client has not read for a minute or more before, and the system (Linux before 6.15) asks
+ * it only every two minutes. A client connection to a server that vanishes is not noticed by
+ * waiting.
  *
  * Among clients with a message waiting, a server always takes the one in the lowest of its eight
  * places.

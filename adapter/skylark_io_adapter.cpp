@@ -15,6 +15,7 @@
 #include <new>
 #include <optional>
 #include <string_view>
+#include <system_error>
 
 namespace KORVA::DTC {
 namespace {
@@ -145,9 +146,14 @@ IOAdapter_Connection* skylark_IOAdapter::create(char const* service, unsigned in
         m_error = failureOf(socket.get(), "");
         return nullptr;
     }
-    auto* const server = findService(service)->makeServer(std::move(socket), param);
-    add_connection(server);
-    return server;
+    try {
+        auto* const server = findService(service)->makeServer(std::move(socket), param);
+        add_connection(server);
+        return server;
+    } catch (std::system_error const&) {
+        m_error = noSocket;
+        return nullptr;
+    }
 }
 
 IOAdapter_Connection* skylark_IOAdapter::open(char const* address, char const* service)
@@ -179,6 +185,13 @@ void skylark_IOAdapter::close(IOAdapter_Connection* connection)
         return;
     std::unique_ptr<skylark_Connection> const closing = std::move(*found);
     m_connections.erase(found);
+    closing->end_calls();
+}
+
+void skylark_IOAdapter::end_calls()
+{
+    for (auto const& connection : m_connections)
+        connection->end_calls();
 }
 
 void skylark_IOAdapter::add_connection(skylark_Connection* connection)

@@ -18,7 +18,8 @@ class skylark_IOAdapter final : public IOAdapter
 public:
     skylark_IOAdapter();
 
-    /// Destroys every connection still open, in the order in which they were made.
+    /// Destroys every connection still open, in the order in which they were made. No thread may be
+    /// inside their calls any more.
     ~skylark_IOAdapter() override;
     skylark_IOAdapter(skylark_IOAdapter const&) = delete;
     skylark_IOAdapter& operator=(skylark_IOAdapter const&) = delete;
@@ -32,6 +33,9 @@ public:
 
     /// Ignores SIGPIPE for the process and sets up the network; whether it is configured.
     bool initialize();
+
+    /// Wakes the threads inside every connection's calls and waits until the last one has left.
+    void end_calls();
 
     /// Takes ownership; null is ignored.
     void add_connection(skylark_Connection* connection);

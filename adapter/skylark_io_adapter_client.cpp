@@ -5,15 +5,25 @@
 
 namespace KORVA::DTC {
 
+skylark_Client::skylark_Client(uSocket* socket) : skylark_Connection(socket)
+{
+    limit_stalls(*socket);
+    m_waker.watch(socket->GetDescriptor());
+}
+
 DTC_IO_STATUS skylark_Client::send(unsigned int /*clientId*/, unsigned int tag,
                                    unsigned int* buffer, unsigned int length, unsigned int* sent)
 {
-    return send_sock(m_socket.get(), tag, buffer, length, sent);
+    DTC_IO_STATUS const status = send_sock(m_socket.get(), tag, buffer, length, sent);
+    return status == DTC_IO_SUCCESS || !is_closing() ? status : closed();
 }
 
 DTC_IO_STATUS skylark_Client::receive_ready(unsigned int timeout)
 {
-    switch (select_readable(m_socket->GetDescriptor(), timeout)) {
+    int const readable = select_readable(m_socket->GetDescriptor(), timeout);
+    if (is_closing())
+        return closed();
+    switch (readable) {
     case 0:
         return fail(DTC_IO_TIMEOUT, "Select() timed out");
     case -1:
@@ -33,7 +43,8 @@ DTC_IO_STATUS skylark_Client::receive(unsigned int* clientId, unsigned int* tag,
     if (ready != DTC_IO_SUCCESS)
         return ready;
     *clientId = m_socket->GetRemotePort();
-    return receive_sock(m_socket.get(), tag, buffer, size, received);
+    DTC_IO_STATUS const status = receive_sock(m_socket.get(), tag, buffer, size, received);
+    return status == DTC_IO_SUCCESS || !is_closing() ? status : closed();
 }
 
 } // namespace KORVA::DTC

@@ -9,7 +9,7 @@ namespace KORVA::DTC {
 class skylark_Client final : public skylark_Connection
 {
 public:
-    using skylark_Connection::skylark_Connection;
+    explicit skylark_Client(uSocket* socket);
 
     KORVA_ONE_PIECE DTC_IO_STATUS send(unsigned int clientId, unsigned int tag,
                                        unsigned int* buffer, unsigned int length,

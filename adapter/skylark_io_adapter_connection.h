@@ -3,6 +3,7 @@
 
 #include "adapter/io_adapter.h"
 #include "adapter/skylark_io_adapter_error_text.h"
+#include "adapter/skylark_io_adapter_waker.h"
 #include "util/message_path.h"
 
 #include <memory>
@@ -12,6 +13,8 @@ class uSocket;
 }
 
 namespace KORVA::DTC {
+
+class PeerWatch;
 
 class skylark_Connection : public IOAdapter_Connection
 {
@@ -29,13 +32,26 @@ public:
     /// The same text for a thread that copies it while other threads may fail on this connection.
     ErrorText const& error_text() const { return m_error; }
 
+    /// Wakes the threads inside this connection's calls (Call) and waits until the last one has
+    /// left: each returns DTC_IO_DISCONNECTED and the text "Connection has been closed". What
+    /// cannot wait for a peer, the admission of a client, comes to its end first.
+    void end_calls();
+
 protected:
-    /// Sends one message of length bytes. Blocks until it has gone out or the socket fails.
+    /// Sets what a connected socket needs for its transfers to wake up now and then.
+    static void limit_stalls(uSocket const& socket);
+
+    bool is_closing() const { return m_waker.isAwake(); }
+    /// What a call returns that was woken.
+    KORVA_SELDOM DTC_IO_STATUS closed();
+
+    /// Sends one message of length bytes. Blocks until it has gone out, the socket fails or the
+    /// connection is closed.
     KORVA_ONE_PIECE DTC_IO_STATUS send_sock(uSocket* socket, unsigned int tag, unsigned int* buffer,
                                             unsigned int length, unsigned int* sent);
 
-    /// Receives one message into the size bytes at buffer. Blocks until it is in or the socket
-    /// fails. A message larger than size is read to its end and dropped.
+    /// Receives one message into the size bytes at buffer. Blocks until it is in, the socket fails
+    /// or the connection is closed. A message larger than size is read to its end and dropped.
     KORVA_ONE_PIECE DTC_IO_STATUS receive_sock(uSocket* socket, unsigned int* tag,
                                                unsigned int* buffer, unsigned int size,
                                                unsigned int* received);
@@ -44,8 +60,15 @@ protected:
 
     ErrorText m_error;
     std::unique_ptr<uSocket> m_socket;
+    Waker m_waker;
 
 private:
+    template <typename Transfer>
+    unsigned int transfer_whole(uSocket& socket, unsigned int length, Transfer transfer);
+    unsigned int write_whole(uSocket& socket, unsigned char const* bytes, unsigned int length);
+    unsigned int read_whole(uSocket& socket, unsigned char* bytes, unsigned int length);
+    KORVA_SELDOM unsigned int after_failure(uSocket const& socket, unsigned int result,
+                                            PeerWatch& watch);
     KORVA_SELDOM DTC_IO_STATUS discard_payload(uSocket& socket, unsigned char* buffer,
                                                unsigned int size, unsigned int length);
     /// The status for a socket's result, which it also prints with the call, where that is not

@@ -1,9 +1,11 @@
 #include "adapter/skylark_io_adapter_framing.h"
 
 #include "adapter/skylark_io_adapter_connection.h"
+#include "adapter/skylark_io_adapter_peer_watch.h"
 #include "util/usocket.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <endian.h>
@@ -25,32 +27,6 @@ std::uint32_t decodeWord(unsigned char const* bytes)
     std::uint32_t littleEndian = 0;
     std::memcpy(&littleEndian, bytes, sizeof littleEndian);
     return le32toh(littleEndian);
-}
-
-/// Writes all length bytes, however many calls that takes. Returns the socket's result.
-unsigned int writeWhole(uSocket& socket, unsigned char const* bytes, unsigned int length)
-{
-    unsigned int result = uSocket::Success;
-    for (unsigned int written = 0; result == uSocket::Success && written < length;) {
-        unsigned int count = 0;
-        result = socket.WriteData(bytes, length - written, written, &count);
-        if (result == uSocket::Success)
-            written += count;
-    }
-    return result;
-}
-
-/// Reads exactly length bytes, however many calls that takes. Returns the socket's result.
-unsigned int readWhole(uSocket& socket, unsigned char* bytes, unsigned int length)
-{
-    unsigned int result = uSocket::Success;
-    for (unsigned int read = 0; result == uSocket::Success && read < length;) {
-        unsigned int count = 0;
-        result = socket.ReadData(bytes, length - read, read, &count);
-        if (result == uSocket::Success)
-            read += count;
-    }
-    return result;
 }
 
 void store(unsigned int* target, unsigned int value)
@@ -77,6 +53,51 @@ MessageHeader MessageHeader::decode(Bytes const& bytes)
             decodeWord(&bytes[12])};
 }
 
+/// Moves all length bytes, however many calls that takes. Returns the socket's result.
+template <typename Transfer>
+unsigned int skylark_Connection::transfer_whole(uSocket& socket, unsigned int length,
+                                                Transfer transfer)
+{
+    PeerWatch watch;
+    unsigned int result = uSocket::Success;
+    for (unsigned int done = 0; result == uSocket::Success && done < length;) {
+        unsigned int count = 0;
+        result = transfer(done, &count);
+        if (result == uSocket::Success)
+            done += count;
+        else
+            result = after_failure(socket, result, watch);
+    }
+    return result;
+}
+
+unsigned int skylark_Connection::write_whole(uSocket& socket, unsigned char const* bytes,
+                                             unsigned int length)
+{
+    return transfer_whole(socket, length, [&](unsigned int done, unsigned int* count) {
+        return socket.WriteData(bytes, length - done, done, count);
+    });
+}
+
+unsigned int skylark_Connection::read_whole(uSocket& socket, unsigned char* bytes,
+                                            unsigned int length)
+{
+    return transfer_whole(socket, length, [&](unsigned int done, unsigned int* count) {
+        return socket.ReadData(bytes, length - done, done, count);
+    });
+}
+
+/// A transfer that only woke up because it has been waiting for its peer goes on, unless there is
+/// nothing to wait for.
+unsigned int skylark_Connection::after_failure(uSocket const& socket, unsigned int result,
+                                               PeerWatch& watch)
+{
+    if (result != uSocket::Failed || errno != EAGAIN)
+        return result;
+    bool const isOver = is_closing() || watch.findsGone(socket.GetDescriptor(), PeerWatch::nowMs());
+    return isOver ? uSocket::ConnectionLost : uSocket::Success;
+}
+
 DTC_IO_STATUS skylark_Connection::send_sock(uSocket* socket, unsigned int tag, unsigned int* buffer,
                                             unsigned int length, unsigned int* sent)
 {
@@ -84,9 +105,9 @@ DTC_IO_STATUS skylark_Connection::send_sock(uSocket* socket, unsigned int tag, u
         return DTC_IO_INVALID;
     MessageHeader::Bytes const header =
         MessageHeader{MessageHeader::Magic, 0, length, tag}.encode();
-    unsigned int result = writeWhole(*socket, header.data(), MessageHeader::Size);
+    unsigned int result = write_whole(*socket, header.data(), MessageHeader::Size);
     if (result == uSocket::Success)
-        result = writeWhole(*socket, reinterpret_cast<unsigned char const*>(buffer), length);
+        result = write_whole(*socket, reinterpret_cast<unsigned char const*>(buffer), length);
     if (result == uSocket::Success) {
         store(sent, length);
         return DTC_IO_SUCCESS;
@@ -104,7 +125,7 @@ DTC_IO_STATUS skylark_Connection::receive_sock(uSocket* socket, unsigned int* ta
     *tag = 0;
 
     MessageHeader::Bytes bytes;
-    unsigned int result = readWhole(*socket, bytes.data(), MessageHeader::Size);
+    unsigned int result = read_whole(*socket, bytes.data(), MessageHeader::Size);
     if (result != uSocket::Success)
         return transfer_failed(*socket, result, nullptr);
     MessageHeader const header = MessageHeader::decode(bytes);
@@ -120,7 +141,7 @@ DTC_IO_STATUS skylark_Connection::receive_sock(uSocket* socket, unsigned int* ta
     auto* const payload = reinterpret_cast<unsigned char*>(buffer);
     if (header.byteCount > size)
         return discard_payload(*socket, payload, size, header.byteCount);
-    result = readWhole(*socket, payload, header.byteCount);
+    result = read_whole(*socket, payload, header.byteCount);
     if (result != uSocket::Success)
         return transfer_failed(*socket, result, "ReadData");
     store(received, header.byteCount);
@@ -132,13 +153,10 @@ DTC_IO_STATUS skylark_Connection::discard_payload(uSocket& socket, unsigned char
                                                   unsigned int size, unsigned int length)
 {
     m_error.set("Message too large for buffer");
-    unsigned int result = uSocket::Success;
-    for (unsigned int left = length; result == uSocket::Success && left > 0;) {
-        unsigned int count = 0;
-        result = socket.ReadData(buffer, std::min(left, size), 0, &count);
-        if (result == uSocket::Success)
-            left -= count;
-    }
+    unsigned int const result =
+        transfer_whole(socket, length, [&](unsigned int done, unsigned int* count) {
+            return socket.ReadData(buffer, std::min(length - done, size), 0, count);
+        });
     return result == uSocket::Success ? DTC_IO_INVALID
                                       : transfer_failed(socket, result, "ReadData");
 }

@@ -2,10 +2,14 @@
 #include "adapter/skylark_io_adapter_library.h"
 
 #include "adapter/skylark_io_adapter.h"
+#include "adapter/skylark_io_adapter_call.h"
 #include "adapter/skylark_io_adapter_connection.h"
 #include "adapter/skylark_io_adapter_error_text.h"
-#include <cxxabi.h>
 
+#include <chrono>
+#include <thread>
+
+using KORVA::DTC::Call;
 using KORVA::DTC::ErrorText;
 using KORVA::DTC::IOAdapter_Connection;
 using KORVA::DTC::skylark_Connection;
@@ -24,18 +28,40 @@ namespace {
 skylark_IOAdapter g_adapter;
 ErrorText g_last_error;
 
+/// Ends the calls of all threads while everything that they use still stands (util/at_load.h). A
+/// thread that calls once more while the process comes to its end is told that its connection is
+/// closed.
+class Ending
+{
+public:
+    Ending() { pthread_atfork(nullptr, nullptr, Call::forgetOtherThreads); }
+    ~Ending()
+    {
+        Call::end();
+        bool const wakesThreads = Call::isUnderWay();
+        while (Call::isUnderWay(&g_adapter))
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        g_adapter.end_calls();
+        if (wakesThreads) // which still run the last steps of their calls, in code that may go now
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    Ending(Ending const&) = delete;
+    Ending& operator=(Ending const&) = delete;
+} const g_ending;
+
 /// Hands out the connection that the adapter made, or its reason for having made none.
 template <typename MakeConnection>
 DTC_IO_STATUS makeConnection(void** connection, MakeConnection make)
 {
     *connection = nullptr;
+    Call const call(&g_adapter);
+    if (!call.mayBegin())
+        return DTC_IO_NO_CONNECTION;
     try {
         *connection = make();
         if (*connection != nullptr)
             return DTC_IO_SUCCESS;
         g_last_error.set(g_adapter.get_error());
-    } catch (abi::__forced_unwind&) {
-        throw;      // the thread is being cancelled
     } catch (...) { // out of memory; the caller may be a C program
     }
     return DTC_IO_NO_CONNECTION;
@@ -44,14 +70,15 @@ DTC_IO_STATUS makeConnection(void** connection, MakeConnection make)
 template <typename Operation>
 DTC_IO_STATUS onConnection(void* handle, Operation operation)
 {
+    Call const call(handle);
+    if (!call.mayBegin())
+        return DTC_IO_DISCONNECTED;
     auto* const connection = static_cast<IOAdapter_Connection*>(handle);
     try {
         DTC_IO_STATUS const status = operation(*connection);
         if (status != DTC_IO_SUCCESS)
             g_last_error.set(static_cast<skylark_Connection*>(connection)->error_text());
         return status;
-    } catch (abi::__forced_unwind&) {
-        throw; // the thread is being cancelled
     } catch (...) {
         return DTC_IO_INVALID;
     }
@@ -73,7 +100,7 @@ KORVA_API int DTC_Get_Status(void)
 
 KORVA_API char const* DTC_Get_Error(void)
 {
-    return g_last_error.c_str();
+    return Call::hasEnded() ? "Connection has been closed" : g_last_error.c_str();
 }
 
 KORVA_API DTC_IO_STATUS DTC_IO_Create(const char* service, unsigned int param, void** connection)
@@ -88,7 +115,9 @@ KORVA_API DTC_IO_STATUS DTC_IO_Open(const char* address, const char* service, vo
 
 KORVA_API void DTC_IO_Close(void* connection)
 {
-    g_adapter.close(static_cast<IOAdapter_Connection*>(connection));
+    Call const call(&g_adapter);
+    if (call.mayBegin())
+        g_adapter.close(static_cast<IOAdapter_Connection*>(connection));
 }
 
 KORVA_API DTC_IO_STATUS DTC_IO_Send_V2(void* connection, unsigned int clientId, unsigned int tag,
@@ -122,6 +151,9 @@ KORVA_API DTC_IO_STATUS DTC_IO_Local_Id(void* connection, unsigned int* id)
 
 KORVA_API DTC_IO_STATUS DTC_IO_Get_State(void* connection, DTC_IO_LOADERIF** state)
 {
+    Call const call(connection);
+    if (!call.mayBegin())
+        return DTC_IO_DISCONNECTED;
     try {
         return static_cast<IOAdapter_Connection*>(connection)->get_state(state);
     } catch (...) {

@@ -5,6 +5,7 @@
 #include "conf/dtc_conf_status.h"
 #include "conf/dtc_conf_vars.h"
 #include "platform/platform.h"
+#include "util/at_load.h"
 #include "util/no_cancellation.h"
 #include "util/umutex.h"
 
@@ -24,7 +25,7 @@ constexpr char const* unreadable = "Failed to read configuration variables";
 enum NetworkStatus : int { Configured = 0, NotConfigured = 1, NotStarted = 3 };
 
 std::atomic<int> dtc_network_status{NotConfigured};
-uMutex network_lock;
+[[gnu::init_priority(BeforeAdapter)]] uMutex network_lock;
 
 /// One setting of the interface: its keyword in the file and the variable that holds its value.
 struct Setting

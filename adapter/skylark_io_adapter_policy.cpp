@@ -6,6 +6,7 @@
 #include "conf/dtc_conf_schema.h"
 #include "conf/dtc_conf_vars.h"
 #include "periph/dtc_periph_led.h"
+#include "util/at_load.h"
 
 namespace KORVA::DTC {
 namespace {
@@ -39,7 +40,7 @@ void recordHolder(char const* holder) noexcept
 
 } // namespace
 
-uMutex skylark_Server::m_conf_lock;
+[[gnu::init_priority(BeforeAdapter)]] uMutex skylark_Server::m_conf_lock;
 
 /// A client that cannot be judged is refused without a sign.
 bool skylark_Server::is_client_allowed(char const* address) noexcept

@@ -2,7 +2,6 @@
 
 #include "adapter/skylark_io_adapter_select.h"
 #include "adapter/skylark_io_adapter_wait.h"
-#include "util/no_cancellation.h"
 #include "util/usocket.h"
 
 #include <algorithm>
@@ -15,14 +14,18 @@ namespace KORVA::DTC {
 
 skylark_Server::skylark_Server(uSocket* socket, unsigned int param)
     : skylark_Connection(socket), m_param(param)
-{}
+{
+    m_waker.hangBell();
+}
 
 skylark_Server::~skylark_Server()
 {
     uMutexGuard const guard(m_lock);
     for (clientPtr& client : m_clients) {
-        if (client.socket != nullptr)
-            client.socket->Abort();
+        if (client.socket == nullptr)
+            continue;
+        m_waker.forget(client.socket->GetDescriptor());
+        client.socket->Abort();
         client = clientPtr{};
     }
 }
@@ -32,6 +35,8 @@ DTC_IO_STATUS skylark_Server::receive_ready(unsigned int timeout)
     uMutexGuard guard(m_lock);
     for (;;) {
         WaitResult const wait = wait_for_ready_client(timeout, guard);
+        if (is_closing())
+            return closed();
         if (wait.client == nullptr)
             return m_clientCount != 0 ? DTC_IO_TIMEOUT : DTC_IO_DISCONNECTED;
         if (is_still_readable(wait))
@@ -53,6 +58,8 @@ DTC_IO_STATUS skylark_Server::receive(unsigned int* clientId, unsigned int* tag,
         constexpr unsigned int leastRewaitMs = 50;
         WaitResult const wait =
             wait_for_ready_client(clientLost ? std::max(timeout, leastRewaitMs) : timeout, guard);
+        if (is_closing())
+            return closed();
         clientPtr* const client = wait.client;
         if (client == nullptr) {
             bool const noClient = m_clientCount == 0;
@@ -70,6 +77,8 @@ DTC_IO_STATUS skylark_Server::receive(unsigned int* clientId, unsigned int* tag,
                 *clientId = client->id;
             return status;
         }
+        if (is_closing())
+            return closed(); // nobody has gone: what the policy has recorded stays
         remove_client(client);
         clientLost = true;
         if (m_clientCount == 0)
@@ -91,10 +100,16 @@ DTC_IO_STATUS skylark_Server::send(unsigned int clientId, unsigned int tag, unsi
                                    unsigned int length, unsigned int* sent)
 {
     uMutexGuard const guard(m_lock);
+    if (is_closing())
+        return closed();
     clientPtr* const client = lookup_client(clientId);
     if (client == nullptr || client->socket == nullptr)
         return DTC_IO_DISCONNECTED;
     DTC_IO_STATUS const status = send_sock(client->socket.get(), tag, buffer, length, sent);
+    if (status == DTC_IO_SUCCESS)
+        return status;
+    if (is_closing())
+        return closed();
     // Only marked: the socket may be in the read set of a thread that waits just now.
     if (status == DTC_IO_DISCONNECTED)
         client->marker = 0;
@@ -107,15 +122,25 @@ skylark_Server::WaitResult skylark_Server::wait_for_ready_client(unsigned int ti
     ServerWait wait(timeout);
     int const listening = m_socket->GetDescriptor();
     for (;;) {
+        if (is_closing())
+            return {};
+        std::uint64_t const nowMs = PeerWatch::nowMs();
+        if (nowMs - m_lookedMs >= PeerWatch::intervalMs)
+            look_after_clients(nowMs);
         fd_set set;
         int maxfd = 0;
         initialize_readset(set, maxfd);
         std::uint64_t const epoch = m_epoch;
         if (!wait.listens())
             FD_CLR(listening, &set);
+        if (m_clientCount == 0) { // else the wait for one of them is ended
+            FD_SET(m_waker.bell(), &set);
+            maxfd = std::max(maxfd, m_waker.bell());
+        }
+        unsigned int const sliceMs = wait.next_slice(m_clientCount != 0);
 
         guard.Release();
-        int const readable = select_readable(set, maxfd, wait.slice());
+        int const readable = select_readable(set, maxfd, sliceMs);
         int const error = readable == -1 ? errno : 0;
         guard.Acquire();
 
@@ -159,12 +184,23 @@ void skylark_Server::initialize_readset(fd_set& set, int& maxfd)
     }
 }
 
-/// Accepts and admits or refuses one client. False when the system has no connection to give. A
-/// cancelled thread brings it to its end: the bus is given up, the LED is as it was, and nobody is
-/// half admitted.
+/// A client that has gone without a word, while something for it was under way, is told from then
+/// on like one that has closed its connection.
+void skylark_Server::look_after_clients(std::uint64_t nowMs)
+{
+    m_lookedMs = nowMs;
+    for (std::size_t i = 0; i < m_clients.size(); ++i) {
+        if (m_clients[i].marker != valid_data)
+            continue;
+        int const descriptor = m_clients[i].socket->GetDescriptor();
+        if (m_watches[i].findsGone(descriptor, nowMs))
+            shutdown(descriptor, SHUT_RD);
+    }
+}
+
+/// Accepts and admits or refuses one client. False when the system has no connection to give.
 bool skylark_Server::accept_client()
 {
-    NoCancellation const whole;
     if (select_readable(m_socket->GetDescriptor(), 0) <= 0)
         return true; // another thread has accepted it
     std::unique_ptr<uSocket> socket(m_socket->AcceptClient());
@@ -186,8 +222,9 @@ bool skylark_Server::add_client(uSocket* socket)
         return false;
     initialize_client(socket);
     clientPtr* const slot = find_free_slot();
-    if (slot == nullptr)
+    if (slot == nullptr || !m_waker.watch(socket->GetDescriptor()))
         return false;
+    m_watches[static_cast<std::size_t>(slot - m_clients.data())] = PeerWatch();
     slot->marker = valid_data;
     slot->id = socket->GetRemotePort();
     slot->socket.reset(socket);
@@ -215,6 +252,7 @@ bool skylark_Server::initialize_client(uSocket* socket)
     for (Option const& option : keepAlive)
         setsockopt(socket->GetDescriptor(), option.level, option.name, &option.value,
                    sizeof option.value);
+    limit_stalls(*socket);
     return true;
 }
 
@@ -242,10 +280,10 @@ void skylark_Server::remove_client(clientPtr* client)
 {
     if (client == nullptr)
         return;
-    NoCancellation const whole; // closing and recording may throw nothing
     uMutexGuard const guard(m_lock);
     if (client->socket == nullptr)
         return;
+    m_waker.forget(client->socket->GetDescriptor());
     *client = clientPtr{};
     ++m_epoch;
     if (--m_clientCount == 0)

@@ -7,6 +7,7 @@
 #pragma once
 
 #include "adapter/skylark_io_adapter_connection.h"
+#include "adapter/skylark_io_adapter_peer_watch.h"
 #include "util/message_path.h"
 #include "util/umutex.h"
 
@@ -30,6 +31,7 @@ public:
     };
 
     /// Takes the listening socket. param is what DTC_IO_Create was given; it is recorded only.
+    /// Throws std::system_error when there is no descriptor left for waking the threads in it.
     skylark_Server(uSocket* socket, unsigned int param);
 
     /// Closes every client's connection; on_last_client_removed is not called.
@@ -46,12 +48,10 @@ public:
     /// Whether a client at the dotted address is admitted: not when another machine holds the box
     /// and only one may, nor when the configuration's filter refuses it (the first LED then blinks
     /// once or twice), nor when the configuration cannot be read. Called under the
-    /// server's lock with cancellation put off; it takes tenths of a second, or seconds when the
-    /// bus is busy.
+    /// server's lock; it takes tenths of a second, or seconds when the bus is busy.
     virtual bool is_client_allowed(char const* address) noexcept;
     virtual bool is_multiclient_allowed() = 0;
-    /// Called under the server's lock, with cancellation put off, when the first client comes and
-    /// when the last one has gone.
+    /// Called under the server's lock when the first client comes and when the last one has gone.
     virtual void on_first_client_added(char const* address) noexcept = 0;
     virtual void on_last_client_removed() noexcept = 0;
 
@@ -61,7 +61,7 @@ protected:
     static constexpr unsigned int capacity = 8;
 
     /// Admits the client and takes ownership of its socket. False, leaving the socket to the
-    /// caller, when it is null, refused or beyond the eighth.
+    /// caller, when it is null, refused or beyond the eighth, or when the server is being closed.
     bool add_client(uSocket* socket);
     bool initialize_client(uSocket* socket);
     clientPtr* lookup_client(unsigned int id);
@@ -87,11 +87,14 @@ protected:
 
 private:
     KORVA_SELDOM bool accept_client();
+    KORVA_SELDOM void look_after_clients(std::uint64_t nowMs);
     clientPtr* find_free_slot();
     bool is_still_readable(WaitResult const& wait) const;
 
     uMutex m_lock;
     std::array<clientPtr, capacity> m_clients;
+    std::array<PeerWatch, capacity> m_watches;
+    std::uint64_t m_lookedMs = 0;
     [[maybe_unused]] unsigned int m_param;
     unsigned int m_nextSlot = 0;
     unsigned int m_clientCount = 0;

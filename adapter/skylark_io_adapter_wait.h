@@ -1,13 +1,15 @@
 #pragma once
 
 #include "adapter/dtc_io.h"
+#include "adapter/skylark_io_adapter_peer_watch.h"
 
 #include <algorithm>
 #include <chrono>
 
 namespace KORVA::DTC {
 
-/// How long a server's next select may last, and whether it includes the listening socket.
+/// How long a server's next select may last, and whether it includes the listening socket. None
+/// lasts longer than a peer may go without being looked after.
 ///
 /// A connection that cannot be accepted, because the process has run out of descriptors, keeps the
 /// listening socket readable: without a pause the wait would spin. While paused, clients are still
@@ -19,8 +21,12 @@ public:
 
     bool listens() const { return m_listens; }
 
-    /// Milliseconds for the next select.
-    unsigned int slice() const { return m_listens ? m_leftMs : std::min(m_leftMs, pauseMs); }
+    /// Milliseconds for the next select, in which there are clients or none.
+    unsigned int next_slice(bool hasClients)
+    {
+        unsigned int const longest = hasClients ? PeerWatch::intervalMs : m_leftMs;
+        return m_sliceMs = std::min(m_leftMs, m_listens ? longest : pauseMs);
+    }
 
     /// A connection was dealt with: the full time-out again.
     void restart()
@@ -39,13 +45,14 @@ public:
         m_leftMs = left();
     }
 
-    /// After a select that timed out: whether that was the end. If it was not, a pause was.
+    /// After a select that timed out: whether that was the end. If it was not, a slice was.
     bool is_over()
     {
-        if (m_listens)
-            return true;
+        if (!m_listens)
+            m_leftMs = left();
+        else if (m_leftMs != DTC_IO_NO_TIME_LIMIT)
+            m_leftMs -= m_sliceMs;
         m_listens = true;
-        m_leftMs = left();
         return m_leftMs == 0;
     }
 
@@ -63,6 +70,7 @@ private:
 
     unsigned int m_timeoutMs;
     unsigned int m_leftMs;
+    unsigned int m_sliceMs = 0;
     Clock::time_point m_deadline;
     bool m_hasDeadline = false;
     bool m_listens = true;

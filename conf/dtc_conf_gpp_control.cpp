@@ -3,6 +3,7 @@
 #include "conf/dtc_conf_gpp_system.h"
 #include "conf/dtc_conf_schema.h"
 #include "conf/dtc_conf_shared_text.h"
+#include "util/at_load.h"
 
 namespace {
 
@@ -14,7 +15,7 @@ CONF::SharedText& controlWord()
     return g_control;
 }
 
-[[maybe_unused]] CONF::SharedText const& madeAtLoad = controlWord();
+[[gnu::init_priority(KORVA::BeforeAdapter)]] KORVA::AtLoad const made([] { controlWord(); });
 
 /// The service's configuration is put back before inetd reads it again, so it is on only until
 /// inetd restarts.

@@ -1,6 +1,7 @@
 #include "conf/dtc_conf_gpp_standby.h"
 
 #include "conf/dtc_conf_shared_text.h"
+#include "util/at_load.h"
 
 #include <cstdlib>
 
@@ -13,7 +14,7 @@ SharedText& minutes()
     return g_standbyMinutes;
 }
 
-[[maybe_unused]] SharedText const& madeAtLoad = minutes();
+[[gnu::init_priority(BeforeAdapter)]] AtLoad const made([] { minutes(); });
 
 } // namespace
 

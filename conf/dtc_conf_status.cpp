@@ -1,6 +1,7 @@
 #include "conf/dtc_conf_status.h"
 
 #include "conf/dtc_conf_shared_text.h"
+#include "util/at_load.h"
 
 #include <atomic>
 #include <cstdio>
@@ -47,7 +48,7 @@ SharedText& error()
     return g_error;
 }
 
-[[maybe_unused]] SharedText const& madeAtLoad = error();
+[[gnu::init_priority(BeforeAdapter)]] AtLoad const made([] { error(); });
 
 } // namespace
 

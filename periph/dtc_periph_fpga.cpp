@@ -2,6 +2,7 @@
 
 #include "periph/dtc_periph_exception.h"
 #include "periph/load_time_instance.h"
+#include "util/at_load.h"
 
 namespace KORVA::DTC::PERIPH {
 namespace {
@@ -26,7 +27,7 @@ LoadTimeInstance<FPGA>& instance()
     return fpga;
 }
 
-[[maybe_unused]] LoadTimeInstance<FPGA> const& madeAtLoad = instance();
+[[gnu::init_priority(BeforeAdapter)]] AtLoad const made([] { instance(); });
 
 } // namespace
 

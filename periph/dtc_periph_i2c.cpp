@@ -2,13 +2,14 @@
 
 #include "periph/dtc_periph_exception.h"
 #include "periph/dtc_periph_i2c_c.h"
+#include "util/at_load.h"
 
 namespace KORVA::DTC::PERIPH {
 namespace {
 
 constexpr char const* fileName = "dtc_periph_i2c";
 
-[[maybe_unused]] I2C const& madeAtLoad = getI2C();
+[[gnu::init_priority(BeforeAdapter)]] AtLoad const made([] { getI2C(); });
 
 } // namespace
 

@@ -4,6 +4,7 @@
 #include "periph/dtc_periph_exception.h"
 #include "periph/dtc_periph_i2c.h"
 #include "periph/dtc_periph_pmx.h"
+#include "util/at_load.h"
 
 #include <cstdint>
 #include <cstring>
@@ -14,7 +15,7 @@ namespace {
 constexpr char const* fileName = "dtc_periph_i2c_linux";
 constexpr unsigned int addressBytes = 2;
 
-[[maybe_unused]] EEPROM const& madeAtLoad = getEEPROM();
+[[gnu::init_priority(BeforeAdapter)]] AtLoad const made([] { getEEPROM(); });
 
 /// High byte first.
 void encodeAddress(unsigned char* bytes, unsigned int address)

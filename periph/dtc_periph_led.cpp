@@ -2,11 +2,16 @@
 
 #include "periph/dtc_periph_expander.h"
 #include "periph/dtc_periph_i2c.h"
+#include "util/at_load.h"
 
 namespace KORVA::DTC::PERIPH {
 namespace {
 
-[[maybe_unused]] I2C_LED const* const madeAtLoad[] = {&getI2CLed0(), &getI2CLed1(), &getI2CLed2()};
+[[gnu::init_priority(BeforeAdapter)]] AtLoad const made([] {
+    getI2CLed0();
+    getI2CLed1();
+    getI2CLed2();
+});
 
 } // namespace
 

@@ -3,6 +3,7 @@
 #include "periph/dtc_periph_delay.h"
 #include "periph/dtc_periph_exception.h"
 #include "platform/platform.h"
+#include "util/at_load.h"
 #include "util/descriptor.h"
 #include "util/no_cancellation.h"
 
@@ -18,7 +19,7 @@ constexpr char const* fileName = "dtc_periph_lock";
 
 } // namespace
 
-uMutex LOCK::m_mutex;
+[[gnu::init_priority(BeforeAdapter)]] uMutex LOCK::m_mutex;
 
 LOCK::LOCK(char const* name)
 {

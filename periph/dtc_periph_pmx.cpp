@@ -2,6 +2,7 @@
 
 #include "periph/dtc_periph_delay.h"
 #include "periph/load_time_instance.h"
+#include "util/at_load.h"
 
 namespace KORVA::DTC::PERIPH {
 namespace {
@@ -14,7 +15,7 @@ LoadTimeInstance<PMX>& instance()
     return pmx;
 }
 
-[[maybe_unused]] LoadTimeInstance<PMX> const& madeAtLoad = instance();
+[[gnu::init_priority(BeforeAdapter)]] AtLoad const made([] { instance(); });
 
 } // namespace
 

@@ -3,6 +3,7 @@
 #include "periph/dtc_periph_delay.h"
 #include "periph/dtc_periph_expander.h"
 #include "periph/dtc_periph_i2c.h"
+#include "util/at_load.h"
 
 #include <cstdio>
 
@@ -12,8 +13,11 @@ namespace {
 constexpr unsigned int fpgaPin = 6;
 constexpr unsigned int boxPin = 7;
 
-[[maybe_unused]] I2C_RESETS const* const madeAtLoad[] = {&getI2CFpgaReset(), &getI2CDtcReset(),
-                                                         &getI2CBoardRev()};
+[[gnu::init_priority(BeforeAdapter)]] AtLoad const made([] {
+    getI2CFpgaReset();
+    getI2CDtcReset();
+    getI2CBoardRev();
+});
 
 } // namespace
 

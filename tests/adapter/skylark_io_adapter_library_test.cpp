@@ -1,49 +1,32 @@
-#include "adapter/dtc_io.h"
 #include "tests/support/box_state.h"
 #include "tests/support/descriptors.h"
+#include "tests/support/library.h"
 
 #include <array>
 #include <cstring>
-#include <dlfcn.h>
 #include <gmock/gmock.h>
 #include <memory>
 #include <sys/stat.h>
 
 namespace {
 
-/// skylark_io.so as a program loads it.
-class Library
-{
-public:
-    template <typename Function>
-    Function* find(char const* name) const
-    {
-        void* const address = dlsym(m_handle.get(), name);
-        return address != nullptr ? reinterpret_cast<Function*>(address)
-                                  : throw std::runtime_error(dlerror());
-    }
-
-    /// Serves a client, and leaves both ends and a message where they are.
-    bool serves(char const* service) const
-    {
-        void* server = nullptr;
-        void* client = nullptr;
-        unsigned int word = 0x12345678;
-        return find<decltype(DTC_IO_Create)>("DTC_IO_Create")(service, 0, &server) == 0 &&
-               find<decltype(DTC_IO_Open)>("DTC_IO_Open")("0x7F000001", service, &client) == 0 &&
-               find<decltype(DTC_IO_Send_V2)>("DTC_IO_Send_V2")(client, 0, 7, &word, 4, &word) ==
-                   0 &&
-               find<decltype(DTC_IO_Receive_Ready)>("DTC_IO_Receive_Ready")(server, 20'000) == 0;
-    }
-
-private:
-    std::unique_ptr<void, int (*)(void*)> m_handle{dlopen(SKYLARK_LIBRARY, RTLD_NOW | RTLD_LOCAL),
-                                                   dlclose};
-};
+using testing_support::Library;
 
 bool isLoaded()
 {
     return testing_support::contentOf("/proc/self/maps").find("skylark_io.so") != std::string::npos;
+}
+
+/// Serves a client, and leaves both ends and a message where they are.
+bool serves(Library const& library, char const* service)
+{
+    void* server = nullptr;
+    void* client = nullptr;
+    unsigned int word = 0x12345678;
+    return library.create(service, 0, &server) == 0 &&
+           library.open("0x7F000001", service, &client) == 0 &&
+           library.send(client, 0, 7, &word, 4, &word) == 0 &&
+           library.receiveReady(server, 20'000) == 0;
 }
 
 TEST(LibraryTest, LetsOutWhatItPromisesAndNothingElse)
@@ -76,7 +59,7 @@ TEST(LibraryTest, UnloadsAThousandTimesWhateverIsStillOpen)
         {
             Library const library;
             ASSERT_TRUE(isLoaded());
-            ASSERT_TRUE(i % 100 != 0 || library.serves("dtc_io"));
+            ASSERT_TRUE(i % 100 != 0 || serves(library, "dtc_io"));
         }
         ASSERT_FALSE(isLoaded()) << i;
         ASSERT_EQ(testing_support::openDescriptors(), before) << i;
@@ -98,7 +81,7 @@ TEST(LibraryTest, LoadsWithoutItsDevicesAndServesOnceTheyAreThere)
             EXPECT_THAT(get, testing::ThrowsMessage<std::exception>(testing::HasSubstr(text)));
     };
     expectFailures("/dev/mem could not be opened");
-    EXPECT_FALSE(library.serves("dtc_conf"));
+    EXPECT_FALSE(serves(library, "dtc_conf"));
     EXPECT_EQ(library.find<decltype(DTC_Get_Status)>("DTC_Get_Status")(), 3);
     std::filesystem::create_directory(devices);
     mkfifo((devices + "/mem").c_str(), 0600);
@@ -106,7 +89,7 @@ TEST(LibraryTest, LoadsWithoutItsDevicesAndServesOnceTheyAreThere)
     std::filesystem::remove_all(devices);
     std::filesystem::rename(devices + ".aside", devices);
     EXPECT_TRUE(drivers[0]() != nullptr && drivers[1]() != nullptr);
-    EXPECT_TRUE(library.serves("dtc_conf"));
+    EXPECT_TRUE(serves(library, "dtc_conf"));
 }
 
 } // namespace

@@ -85,7 +85,7 @@ TEST(NetworkTest, TriesAgainAfterAFailureButNotWhenTheCommandDoesNotStart)
     std::string const dhcp = "Configuring network for dhcp\n";
     expect(unread + ":  unable to convert \"1\" to boolean\n0 1\nI2C write Failure\n" + unread +
                " [DTC_CONF_Status=15] : peripheral access failed : unable to read EEPROM"
-               " : dtc_periph_i2c(30) : operation failed : I2C WRITE FAILURE\n0 1\n" +
+               " : dtc_periph_i2c(31) : operation failed : I2C WRITE FAILURE\n0 1\n" +
                dhcp + "0 1\n" + dhcp + "0 1\n" + dhcp + "commmand failed [" + command +
                "]\n0 3\n0 3\n",
            [&file] {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <arpa/inet.h>
 #include <cerrno>
+#include <linux/filter.h>
 #include <poll.h>
 #include <stdexcept>
 #include <string>
@@ -49,12 +50,27 @@ public:
         close();
     }
 
+    /// From now on nothing reaches it and it answers nothing, as if its machine had lost power.
+    void vanish()
+    {
+        sock_filter drop[] = {{BPF_RET | BPF_K, 0, 0, 0}};
+        sock_fprog const program{1, drop};
+        require(setsockopt(m_descriptor, SOL_SOCKET, SO_ATTACH_FILTER, &program, sizeof program),
+                "setsockopt");
+    }
+
     void send(std::string const& bytes)
     {
         for (std::size_t done = 0; done < bytes.size();) {
             auto const left = bytes.size() - done;
             done += require(::send(m_descriptor, &bytes[done], left, MSG_NOSIGNAL), "send");
         }
+    }
+
+    bool hasBytes() const
+    {
+        pollfd readable{m_descriptor, POLLIN, 0};
+        return poll(&readable, 1, 0) == 1;
     }
 
     /// Exactly so many bytes, fewer only at the end of the stream.
@@ -77,11 +93,11 @@ public:
 private:
     friend class RawListener;
 
-    RawPeer(int descriptor, char const* from) : m_descriptor(descriptor)
+    RawPeer(int descriptor, char const* from, unsigned int port = 0) : m_descriptor(descriptor)
     {
         require(m_descriptor, "socket");
         if (from != nullptr)
-            call(::bind, from, 0);
+            call(::bind, from, port);
     }
 
     static std::size_t require(ssize_t result, char const* what)
@@ -105,11 +121,15 @@ private:
     int m_descriptor = -1;
 };
 
-/// Listens on a port of 127.0.0.1 that the system picks.
+/// Listens on a port of 127.0.0.1, or on one that the system picks.
 class RawListener
 {
 public:
-    RawListener() { RawPeer::require(listen(m_socket.m_descriptor, 8), "listen"); }
+    explicit RawListener(unsigned int port = 0)
+        : m_socket(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0), "127.0.0.1", port)
+    {
+        RawPeer::require(listen(m_socket.m_descriptor, 8), "listen");
+    }
 
     unsigned int port() const { return m_socket.localPort(); }
 
@@ -119,7 +139,7 @@ public:
     }
 
 private:
-    RawPeer m_socket{socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0), "127.0.0.1"};
+    RawPeer m_socket;
 };
 
 /// A message header as it stands on the wire.

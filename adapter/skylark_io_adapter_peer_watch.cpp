@@ -1,0 +1,48 @@
+#include "adapter/skylark_io_adapter_peer_watch.h"
+
+#include <ctime>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
+
+namespace KORVA::DTC {
+namespace {
+
+/// Whether the system has repeated itself since the peer was last heard, and it was not heard for
+/// an interval. A single repetition may have been lost: that counts as silence, but ends nothing.
+enum class Answer { Heard, Late, Missing };
+
+Answer answerOf(int socket)
+{
+    tcp_info info{};
+    socklen_t size = sizeof info;
+    if (getsockopt(socket, IPPROTO_TCP, TCP_INFO, &info, &size) != 0)
+        return Answer::Heard;
+    int const unanswered = info.tcpi_retransmits + info.tcpi_probes;
+    if (unanswered == 0 || info.tcpi_last_ack_recv < PeerWatch::intervalMs)
+        return Answer::Heard;
+    return unanswered == 1 ? Answer::Late : Answer::Missing;
+}
+
+} // namespace
+
+std::uint64_t PeerWatch::nowMs()
+{
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
+    return static_cast<std::uint64_t>(now.tv_sec) * 1000 +
+           static_cast<std::uint64_t>(now.tv_nsec) / 1'000'000;
+}
+
+bool PeerWatch::findsGone(int socket, std::uint64_t nowMs)
+{
+    constexpr unsigned int enough = 6;
+    if (nowMs - m_lookedMs < intervalMs)
+        return false;
+    m_lookedMs = nowMs;
+    Answer const answer = answerOf(socket);
+    m_silentLooks = answer == Answer::Heard ? 0 : m_silentLooks + 1;
+    return m_silentLooks >= enough && answer == Answer::Missing;
+}
+
+} // namespace KORVA::DTC

@@ -1,0 +1,240 @@
+#include "tests/support/box_state.h"
+#include "tests/support/child.h"
+#include "tests/support/library.h"
+#include "tests/support/raw_peer.h"
+
+#include <functional>
+#include <future>
+#include <gmock/gmock.h>
+#include <optional>
+#include <sys/syscall.h>
+
+using namespace testing_support;
+
+namespace {
+
+constexpr unsigned int confPort = 55756;
+constexpr char const* closedText = "Connection has been closed";
+
+/// A connection with a thread inside one of its calls, where it stays until the connection ends.
+class Scene
+{
+public:
+    explicit Scene(Library const& loaded) : library(loaded) {}
+
+    Library const& library;
+    void* connection = nullptr;
+    std::optional<RawListener> listener;
+    std::optional<RawPeer> peer;
+
+    void serve() { ASSERT_EQ(library.create("dtc_conf", 0, &connection), 0) << library.error(); }
+
+    void admitPeer()
+    {
+        peer.emplace(confPort);
+        peer->send(message("hello", 1));
+        ASSERT_EQ(receive(), DTC_IO_SUCCESS);
+    }
+
+    void open()
+    {
+        listener.emplace(confPort);
+        ASSERT_EQ(library.open("0x7F000001", "dtc_conf", &connection), 0) << library.error();
+        peer.emplace(listener->accept());
+    }
+
+    DTC_IO_STATUS receive()
+    {
+        unsigned int tag = 0;
+        return library.receive(connection, &sender, &tag, buffer.data(), 1024, nullptr,
+                               DTC_IO_NO_TIME_LIMIT);
+    }
+    DTC_IO_STATUS ready() { return library.receiveReady(connection, DTC_IO_NO_TIME_LIMIT); }
+    DTC_IO_STATUS send()
+    {
+        return library.send(connection, sender, 1, buffer.data(), 4U << 24, nullptr);
+    }
+
+    unsigned int sender = 0;
+    std::vector<unsigned int> buffer = std::vector<unsigned int>(1U << 24);
+};
+
+using Act = DTC_IO_STATUS (Scene::*)();
+
+struct State
+{
+    char const* name;
+    void (*arrange)(Scene&);
+    Act act;
+};
+
+constexpr State states[] = {
+    {"a server without clients waits", [](Scene& s) { s.serve(); }, &Scene::receive},
+    {"a server is asked whether it has something", [](Scene& s) { s.serve(); }, &Scene::ready},
+    {"a server waits for its client",
+     [](Scene& s) {
+         s.serve();
+         s.admitPeer();
+     },
+     &Scene::receive},
+    {"a server is in a header",
+     [](Scene& s) {
+         s.serve();
+         s.admitPeer();
+         s.peer->send(header(9, 1).substr(0, 5));
+     },
+     &Scene::receive},
+    {"a server is in a payload",
+     [](Scene& s) {
+         s.serve();
+         s.admitPeer();
+         s.peer->send(header(9, 1) + "some");
+     },
+     &Scene::receive},
+    {"a server is in a message that it drops",
+     [](Scene& s) {
+         s.serve();
+         s.admitPeer();
+         s.peer->send(header(9'000'000, 1) + "some");
+     },
+     &Scene::receive},
+    {"a server's client does not read",
+     [](Scene& s) {
+         s.serve();
+         s.admitPeer();
+     },
+     &Scene::send},
+    {"a server admits a client",
+     [](Scene& s) {
+         s.serve();
+         s.peer.emplace(confPort);
+     },
+     &Scene::receive},
+    {"a client waits", [](Scene& s) { s.open(); }, &Scene::receive},
+    {"a client is in a payload",
+     [](Scene& s) {
+         s.open();
+         s.peer->send(header(9, 1) + "some");
+     },
+     &Scene::receive},
+    {"a client's server does not read", [](Scene& s) { s.open(); }, &Scene::send},
+};
+
+/// Returns when the thread sleeps in a system call.
+void awaitSleep(std::atomic<int> const& thread)
+{
+    awaitAtLeast(thread, 1);
+    std::string const file = "/proc/self/task/" + std::to_string(thread) + "/stat";
+    while (contentOf(file).find(") S ") == std::string::npos)
+        std::this_thread::sleep_for(std::chrono::microseconds(50));
+}
+
+/// A thread that is inside a call of the scene when the constructor returns.
+class Inside
+{
+public:
+    Inside(Scene& scene, Act act)
+        : m_status(std::async(std::launch::async, [this, &scene, act] {
+              m_thread = static_cast<int>(syscall(SYS_gettid));
+              return (scene.*act)();
+          }))
+    {
+        awaitSleep(m_thread);
+    }
+
+    DTC_IO_STATUS status() { return m_status.get(); }
+
+private:
+    std::atomic<int> m_thread{0};
+    std::future<DTC_IO_STATUS> m_status;
+};
+
+/// Ends the scene's connection while threads are inside: a server has another one beside the first,
+/// which waits for its turn when that is in a message.
+void endIn(State const& state, Scene& scene, std::function<void()> const& end)
+{
+    Inside first(scene, state.act);
+    std::optional<Inside> second;
+    if (!scene.listener)
+        second.emplace(scene, &Scene::ready);
+    end();
+    EXPECT_EQ(first.status(), DTC_IO_DISCONNECTED);
+    if (second) {
+        EXPECT_EQ(second->status(), DTC_IO_DISCONNECTED);
+    }
+}
+
+/// How often each state is ended; more with the variable ENDINGS.
+int repeats()
+{
+    char const* const wanted = std::getenv("ENDINGS");
+    return wanted != nullptr ? std::atoi(wanted) : 1;
+}
+
+TEST(EndingTest, ClosingAConnectionWakesTheThreadsInsideAndWaitsForThem)
+{
+    Library const library;
+    for (State const& state : states) {
+        SCOPED_TRACE(state.name);
+        for (int i = 0; i < repeats(); ++i) {
+            Scene scene{library};
+            state.arrange(scene);
+            endIn(state, scene, [&] { library.close(scene.connection); });
+            EXPECT_STREQ(library.error(), closedText);
+        }
+    }
+}
+
+TEST(EndingTest, UnloadingWakesTheThreadsInsideAndWaitsForThem)
+{
+    for (State const& state : states) {
+        SCOPED_TRACE(state.name);
+        for (int i = 0; i < repeats(); ++i) {
+            std::optional<Library> library(std::in_place);
+            Scene scene{*library};
+            state.arrange(scene);
+            endIn(state, scene, [&] { library.reset(); });
+        }
+    }
+}
+
+// The process goes on for a while when the library is at its end, and the thread with its loop.
+TEST(EndingTest, AProgramMayExitWhileItsThreadServes)
+{
+    for (State const& state : states) {
+        SCOPED_TRACE(state.name);
+        for (int i = 0; i < repeats(); ++i) {
+            Fork program([&state] {
+                std::atexit([] { std::this_thread::sleep_for(std::chrono::milliseconds(20)); });
+                static Library const& library = *new Library; // nothing closes or unloads it
+                static Scene& scene = *new Scene(library);
+                state.arrange(scene);
+                std::atomic<int> thread{0};
+                std::thread([&thread, act = state.act] {
+                    thread = static_cast<int>(syscall(SYS_gettid));
+                    while ((scene.*act)() == DTC_IO_DISCONNECTED && *library.error() != 0) {
+                    }
+                }).detach();
+                awaitSleep(thread);
+                std::exit(testing::Test::HasFailure() ? 1 : 0);
+            });
+            EXPECT_EQ(program.wait(), 0);
+        }
+    }
+}
+
+// Threads that a child process does not have are in no call of it.
+TEST(EndingTest, AChildMayExitWhileAThreadOfItsParentServes)
+{
+    Library const library;
+    Scene scene{library};
+    scene.serve();
+    scene.admitPeer();
+    Inside serving(scene, &Scene::receive);
+    EXPECT_EQ(Fork([] { std::exit(0); }).wait(), 0);
+    scene.peer->send(message("goes on", 1));
+    EXPECT_EQ(serving.status(), DTC_IO_SUCCESS);
+    library.close(scene.connection);
+}
+
+} // namespace
