@@ -1,5 +1,5 @@
 // What reading and writing the whole set of variables costs on a simulated box, beside the waits
-// that are prescribed: the LED's pauses, the pin multiplexer's settling, the EEPROM's write cycles.
+// that are fixed: the LED's pauses, the pin multiplexer's settling, the EEPROM's write cycles.
 #include "bench/temporary_box.h"
 #include "conf/dtc_conf_gpp_system.h"
 #include "conf/dtc_conf_vars.h"
@@ -26,9 +26,9 @@ double elapsedMs(std::chrono::steady_clock::time_point start)
         .count();
 }
 
-/// Runs the operation, and reports the time beyond the prescribed waits and the transfers.
+/// Runs the operation, and reports the time beyond the fixed waits and the transfers.
 template <typename Operation>
-void measure(benchmark::State& state, double prescribedMs, Operation operation)
+void measure(benchmark::State& state, double fixedMs, Operation operation)
 {
     PERIPH::getI2CLed2().init();
     CONF::Vars("").write();
@@ -37,8 +37,8 @@ void measure(benchmark::State& state, double prescribedMs, Operation operation)
     for (auto _ : state)
         operation();
     auto const rounds = static_cast<double>(state.iterations());
-    state.counters["prescribed_ms"] = prescribedMs;
-    state.counters["rest_ms"] = elapsedMs(start) / rounds - prescribedMs;
+    state.counters["fixed_ms"] = fixedMs;
+    state.counters["rest_ms"] = elapsedMs(start) / rounds - fixedMs;
     state.counters["transfers"] = PLATFORM::FAULTS::transfers() / rounds;
 }
 

@@ -23,7 +23,7 @@ function report(   name, part) {
     if ("error_message" in v) { row(name ": " v["error_message"], 0, "-"); return }
     if ("speed share" in v) row(name, v["library us"], "us a message", v["speed share"], "plain sockets' speed")
     else if ("cost %" in v) row(name, v["proxied us"], "us a message", 1 + v["cost %"] / 100, "straight")
-    else if ("prescribed_ms" in v) row(name, v["real_time"], v["time_unit"], v["real_time"] / v["prescribed_ms"], "the prescribed waits")
+    else if ("fixed_ms" in v) row(name, v["real_time"], v["time_unit"], v["real_time"] / v["fixed_ms"], "the fixed waits")
     else if ("of the part's time" in v) row(name, v["real_time"], v["time_unit"], v["of the part's time"], "the part's own time")
     else row(name, v["real_time"], v["time_unit"])
 }
