@@ -1,12 +1,12 @@
 #include "adapter/skylark_io_adapter_network.h"
 
-#include "adapter/skylark_io_adapter_box_file.h"
 #include "conf/dtc_conf_schema.h"
 #include "conf/dtc_conf_status.h"
 #include "conf/dtc_conf_vars.h"
 #include "platform/platform.h"
 #include "util/at_load.h"
 #include "util/no_cancellation.h"
+#include "util/regular_file.h"
 #include "util/umutex.h"
 
 #include <atomic>
@@ -53,17 +53,19 @@ bool read_config_value(CONF::Vars& vars, char const* name, std::string& value)
     return false;
 }
 
-void write(std::FILE* file, CONF::Vars& vars, Setting const& setting)
+/// The setting's line; empty for one that is left out.
+std::string line(CONF::Vars& vars, Setting const& setting)
 {
     std::string value;
     read_config_value(vars, setting.variable, value);
-    if (value != CONF::VALUE::None)
-        std::fprintf(file, "    %s %s\n", setting.keyword, value.c_str());
-    else if (setting.ifNone != nullptr)
-        std::fprintf(file, "    %s %s\n", setting.keyword, setting.ifNone);
+    if (value == CONF::VALUE::None && setting.ifNone == nullptr)
+        return "";
+    if (value == CONF::VALUE::None)
+        value = setting.ifNone;
+    return std::string("    ") + setting.keyword + " " + value + "\n";
 }
 
-void writeStatic(std::FILE* file, CONF::Vars& vars, std::string const& address)
+std::string staticInterface(CONF::Vars& vars, std::string const& address)
 {
     Setting const settings[] = {{"netmask", CONF::NAME::ipNetmask, "255.255.0.0"},
                                 {"broadcast", CONF::NAME::ipBroadcast},
@@ -72,35 +74,31 @@ void writeStatic(std::FILE* file, CONF::Vars& vars, std::string const& address)
                                 {"pointopoint", CONF::NAME::ipPointopoint},
                                 {"hwaddress", CONF::NAME::ipHwaddress},
                                 {"mtu", CONF::NAME::ipMtu}};
-    std::fprintf(file, "iface eth0 inet static\n    address %s\n", address.c_str());
+    std::string text = "iface eth0 inet static\n    address " + address + "\n";
     for (Setting const& setting : settings)
-        write(file, vars, setting);
+        text += line(vars, setting);
+    return text;
 }
 
-void writeDhcp(std::FILE* file, CONF::Vars& vars)
+std::string dhcpInterface(CONF::Vars& vars)
 {
     Setting const settings[] = {{"leasehours", CONF::NAME::ipLeasehours},
                                 {"leasetime", CONF::NAME::ipLeasetime},
                                 {"hwaddress", CONF::NAME::ipHwaddress}};
-    std::fputs("iface eth0 inet dhcp\n", file);
+    std::string text = "iface eth0 inet dhcp\n";
     for (Setting const& setting : settings)
-        write(file, vars, setting);
+        text += line(vars, setting);
+    return text;
 }
 
 /// Writes what ifup is to do, in the format of interfaces(5). False when it cannot be written
 /// whole.
 bool writeInterfaces(CONF::Vars& vars, std::string const& config)
 {
-    FileStream file = rewriteBoxFile("/tmp/interfaces");
-    if (file == nullptr)
-        return false;
-    std::fputs("auto lo\niface lo inet loopback\n", file.get());
-    if (config == CONF::VALUE::Dhcp)
-        writeDhcp(file.get(), vars);
-    else
-        writeStatic(file.get(), vars, config);
-    bool const isWhole = std::ferror(file.get()) == 0;
-    return std::fclose(file.release()) == 0 && isWhole;
+    return replaceRegularFile(
+        PLATFORM::path("/tmp/interfaces"),
+        "auto lo\niface lo inet loopback\n" +
+            (config == CONF::VALUE::Dhcp ? dhcpInterface(vars) : staticInterface(vars, config)));
 }
 
 NetworkStatus bringUp()

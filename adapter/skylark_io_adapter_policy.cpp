@@ -1,12 +1,13 @@
 #include "adapter/skylark_io_adapter_policy.h"
 
-#include "adapter/skylark_io_adapter_box_file.h"
 #include "adapter/skylark_io_adapter_filter.h"
 #include "conf/dtc_conf_gpp_led.h"
 #include "conf/dtc_conf_schema.h"
 #include "conf/dtc_conf_vars.h"
 #include "periph/dtc_periph_led.h"
+#include "platform/platform.h"
 #include "util/at_load.h"
+#include "util/regular_file.h"
 
 namespace KORVA::DTC {
 namespace {
@@ -27,13 +28,12 @@ Decision decide(std::string const& address, bool severalMachines)
     return Admitted;
 }
 
-/// Notes for all programs on the box who holds it. One that cannot be opened stays as it is.
+/// Notes for all programs on the box who holds it. A record that cannot be written stays as it is.
 void recordHolder(char const* holder) noexcept
 {
     try {
-        FileStream const record = rewriteBoxFile("/tmp/ip_client");
-        if (record != nullptr)
-            std::fprintf(record.get(), "%s\n", holder);
+        static_cast<void>(
+            replaceRegularFile(PLATFORM::path("/tmp/ip_client"), std::string(holder) + "\n"));
     } catch (...) { // out of memory
     }
 }

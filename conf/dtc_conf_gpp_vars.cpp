@@ -12,7 +12,7 @@
 #include "conf/dtc_conf_vars.h"
 #include "periph/dtc_periph_led.h"
 #include "platform/platform.h"
-#include "util/file_stream.h"
+#include "util/regular_file.h"
 #include "util/ustring.h"
 
 #include <algorithm>
@@ -57,12 +57,14 @@ std::string safeModeFromEnvironment()
     return setting != nullptr && uString::ToBool(setting) ? VALUE::True : VALUE::False;
 }
 
+/// What follows the first 64 KiB, which no record has, is not looked at: it might never end.
 std::string firstWord(std::FILE* file)
 {
     std::string word;
-    for (int character = std::getc(file); character != EOF; character = std::getc(file)) {
-        bool const isSpace = std::isspace(character) != 0;
-        if (isSpace && !word.empty())
+    for (int left = 1 << 16; left > 0; --left) {
+        int const character = std::getc(file);
+        bool const isSpace = character != EOF && std::isspace(character) != 0;
+        if (character == EOF || (isSpace && !word.empty()))
             break;
         if (!isSpace)
             word.push_back(static_cast<char>(character));
@@ -72,7 +74,7 @@ std::string firstWord(std::FILE* file)
 
 std::string recordedClient()
 {
-    FileStream const record(std::fopen(PLATFORM::path("/tmp/ip_client").c_str(), "re"));
+    FileStream const record = openRegularFile(PLATFORM::path("/tmp/ip_client"));
     std::string const word = record != nullptr ? firstWord(record.get()) : "";
     return !word.empty() ? word : VALUE::None;
 }

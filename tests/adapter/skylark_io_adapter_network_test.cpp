@@ -6,6 +6,7 @@
 #include <array>
 #include <filesystem>
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
 
@@ -97,7 +98,7 @@ TEST(NetworkTest, TriesAgainAfterAFailureButNotWhenTheCommandDoesNotStart)
                std::filesystem::create_directory(file); // no file can be written there
                call();
                std::filesystem::remove(file);
-               std::filesystem::create_symlink("/dev/full", file); // nor all of it
+               mkfifo(file.c_str(), 0600); // nor waited for somebody who reads it
                refuseCommand(3); // not to let ifup read without end, should it come to that
                call();
                std::filesystem::remove(file);

@@ -89,9 +89,12 @@ TEST_F(PolicyTest, OneMachineAtATimeHoldsTheBox)
     EXPECT_FALSE(admits(*io, "127.0.0.5")) << "a server that goes leaves the record";
     EXPECT_TRUE(admits(*io, "127.0.0.6"));
     std::filesystem::remove(record);
-    std::filesystem::create_directory(record); // it cannot be written any more
+    setBoxFile("/tmp/bystander", "127.0.0.6\n");
+    std::filesystem::create_symlink("bystander", record); // it cannot be written any more
     peers.clear();
     EXPECT_EQ(receiveFrom(*io, patienceMs).status, DTC_IO_DISCONNECTED);
+    EXPECT_TRUE(admits(*io, "127.0.0.5")) << "nor read";
+    EXPECT_EQ(boxFile("/tmp/bystander"), "127.0.0.6\n");
 }
 
 TEST_F(PolicyTest, AppliesANewFilterToTheNextClient)

@@ -4,8 +4,10 @@
 #include "tests/conf/box_vars.h"
 #include "tests/support/child.h"
 
+#include <filesystem>
 #include <future>
 #include <list>
+#include <sys/stat.h>
 
 using namespace KORVA::DTC;
 using namespace KORVA::DTC::CONF;
@@ -75,6 +77,24 @@ TEST_F(BoxVarsTest, WritesARequest)
     setenv("IPCONFIG", "off", 1);
     request({{"ipConfig", "dhcp"}, {"ipConfig", "10.0.0.7"}});
     EXPECT_THAT(vars, ElementsAre(Pair("ipConfig", "10.0.0.7"))) << "only the first goes";
+}
+
+TEST_F(BoxVarsTest, TakesTheHolderFromARegularFileAndNotWithoutEnd)
+{
+    std::string const record = PLATFORM::boxRoot() + "/tmp/ip_client";
+    setBoxFile("/tmp/bystander", "10.0.0.5\n");
+    std::filesystem::create_symlink("bystander", record);
+    vars.read();
+    EXPECT_EQ(vars.getVar("ipClient"), "none");
+    std::filesystem::remove(record);
+    mkfifo(record.c_str(), 0600);
+    vars.read();
+    EXPECT_EQ(vars.getVar("ipClient"), "none");
+    std::filesystem::remove(record);
+    setBoxFile("/tmp/ip_client", "x");
+    std::filesystem::resize_file(record, std::uintmax_t{1} << 40U);
+    vars.read();
+    EXPECT_EQ(vars.getVar("ipClient").size(), 1U << 16U);
 }
 
 // In a process of its own, because nothing leads back to the first value.
