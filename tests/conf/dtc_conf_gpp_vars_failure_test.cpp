@@ -4,8 +4,10 @@
 #include "conf/dtc_conf_schema.h"
 #include "tests/conf/box_vars.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <functional>
+#include <tuple>
 
 using namespace KORVA::DTC;
 using namespace KORVA::DTC::CONF;
@@ -150,41 +152,88 @@ TEST_F(BoxVarsFailureTest, RestoreStopsAtTheStepThatFails)
         [this] { vars.restore(); }, [this] { return changes() + vars.getVar("dtcName"); });
 }
 
+/// The variables as they are read after a cut before the given page of the new image.
+VariableList afterCut(unsigned int page, VariableList const& old, VariableList const& fresh)
+{
+    writeVarsToEeprom(fresh);
+    std::string const image = boxFile("/dev/i2c/eeprom");
+    setBoxFile("/dev/i2c/eeprom", std::string(32768, '\xFF'));
+    writeVarsToEeprom(old);
+    std::string const before = boxFile("/dev/i2c/eeprom");
+    PLATFORM::FAULTS::onTransfer(page + 1, Transfer::Fails, true);
+    EXPECT_THROW(writeVarsToEeprom(fresh), Exception);
+    PLATFORM::FAULTS::clear();
+    EXPECT_EQ(boxFile("/dev/i2c/eeprom"),
+              image.substr(0, 64UL * page) + before.substr(64UL * page));
+    VariableList stored;
+    readVarsFromEeprom(stored);
+    return stored;
+}
+
+VariableList storedDefaultsBut(VariableList const& changes)
+{
+    VariableList vars;
+    getDefaultVars(vars);
+    removeNonEepromVars(vars);
+    updateVars(vars, changes);
+    return vars;
+}
+
+/// Whether a value begins as the new one and goes on as the old one, which is as long.
+bool isSplice(std::string const& value, std::string const& old, std::string const& fresh)
+{
+    auto const [at, inFresh] =
+        std::mismatch(value.begin(), value.end(), fresh.begin(), fresh.end());
+    return value.size() == old.size() &&
+           std::equal(at, value.end(), old.begin() + (at - value.begin()));
+}
+
 // The pages of an image are written one after another, and it has no checksum.
 TEST_F(BoxVarsFailureTest, PowerCutLeavesNewPagesBeforeOldOnesAndOnlyStoredNames)
 {
-    VariableList defaults;
-    getDefaultVars(defaults);
-    removeNonEepromVars(defaults);
-    VariableList longer = defaults;
-    updateVars(longer, {{"dtcName", "probe on the second floor"},
-                        {"ipConfig", "192.168.0.10"},
-                        {"_ipFilter", "192.168.0.,10.0.0.5"}});
-    VariableList sameLength = defaults;
-    updateVars(sameLength, {{"dtcName", "left"}, {"_state", "idle"}});
-    for (auto const& [old, fresh] : {std::pair(defaults, sameLength), std::pair(defaults, longer),
-                                     std::pair(longer, defaults)}) {
-        writeVarsToEeprom(fresh);
-        std::string const image = boxFile("/dev/i2c/eeprom");
-        for (unsigned int pages = 0; pages <= image.find('\0') / 64; ++pages) {
-            setBoxFile("/dev/i2c/eeprom", std::string(32768, '\xFF'));
-            writeVarsToEeprom(old);
-            std::string const before = boxFile("/dev/i2c/eeprom");
-            PLATFORM::FAULTS::onTransfer(pages + 1, Transfer::Fails, true);
-            EXPECT_THROW(writeVarsToEeprom(fresh), Exception);
-            PLATFORM::FAULTS::clear();
-            EXPECT_EQ(boxFile("/dev/i2c/eeprom"),
-                      image.substr(0, 64UL * pages) + before.substr(64UL * pages));
-            VariableList stored;
-            readVarsFromEeprom(stored);
+    VariableList const defaults = storedDefaultsBut({});
+    VariableList const longer = storedDefaultsBut({{"dtcName", "probe on the second floor"},
+                                                   {"ipConfig", "192.168.0.10"},
+                                                   {"_ipFilter", "192.168.0.,10.0.0.5"}});
+    for (auto const& [old, fresh, pages] :
+         {std::tuple(defaults, longer, 6U), std::tuple(longer, defaults, 5U)}) {
+        for (unsigned int page = 0; page < pages; ++page) {
             VariableList after = defaults;
-            updateVars(after, stored);
-            ASSERT_EQ(after.size(), defaults.size()) << "a name that is not stored";
-            bool const isShifted = image.find('\0') != before.find('\0');
-            for (std::size_t i = 0; i < after.size() && !isShifted; ++i)
-                EXPECT_TRUE(after[i] == old[i] || after[i] == fresh[i]) << after[i].first;
+            updateVars(after, afterCut(page, old, fresh));
+            EXPECT_EQ(after.size(), defaults.size()) << "a name that is not stored";
         }
     }
+}
+
+TEST_F(BoxVarsFailureTest, PowerCutMixesAtMostOneValueWhenAllKeepTheirLengths)
+{
+    VariableList const old =
+        storedDefaultsBut({{"dtcName", "TRACE BOX DOWN IN THE CELLAR, rack 3"}});
+    VariableList const fresh = storedDefaultsBut(
+        {{"dtcName", "PROBE ON THE SECOND FLOOR, rack 1234"}, {"_state", "idle"}});
+    int mixed = 0;
+    for (unsigned int page = 0; page < 5; ++page) {
+        VariableList const after = afterCut(page, old, fresh);
+        ASSERT_EQ(after.size(), old.size());
+        int mixedByThisCut = 0;
+        for (std::size_t i = 0; i < after.size(); ++i) {
+            EXPECT_EQ(after[i].first, old[i].first);
+            EXPECT_TRUE(isSplice(after[i].second, old[i].second, fresh[i].second));
+            mixedByThisCut += after[i] != old[i] && after[i] != fresh[i];
+        }
+        EXPECT_LE(mixedByThisCut, 1);
+        mixed += mixedByThisCut;
+    }
+    EXPECT_EQ(mixed, 1) << "dtcName lies across the first cut";
+}
+
+TEST_F(BoxVarsFailureTest, PowerCutTearsLinesThatHaveMovedAlthoughTheTextIsAsLong)
+{
+    VariableList const after = afterCut(1, storedDefaultsBut({{"_state", "busy-late"}}),
+                                        storedDefaultsBut({{"dtcName", "probe-one"}}));
+    EXPECT_THAT(after, testing::Contains(testing::Pair("ipBroadcast", "nonenfig=dhcp")));
+    EXPECT_THAT(after, testing::Contains(testing::Pair("_state", "busy-late")));
+    EXPECT_THAT(after, testing::Not(testing::Contains(testing::Key("ipConfig"))));
 }
 
 } // namespace
