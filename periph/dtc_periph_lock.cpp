@@ -9,8 +9,8 @@
 
 #include <algorithm>
 #include <fcntl.h>
+#include <new>
 #include <unistd.h>
-#include <utility>
 
 namespace KORVA::DTC::PERIPH {
 namespace {
@@ -52,7 +52,7 @@ void LOCK::acquire(unsigned int timeout, unsigned int interval)
 bool LOCK::tryCreateFile()
 {
     NoCancellation const whole; // a file without its owner would keep every program off the bus
-    std::string name = PLATFORM::path(m_path.c_str());
+    std::string const name = PLATFORM::path(m_path.c_str());
     int const created = open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0);
     if (created == -1)
         return false; // what an earlier acquire holds stays known to removeFile
@@ -62,7 +62,6 @@ bool LOCK::tryCreateFile()
         return false;
     }
     m_file = file;
-    m_fileName = std::move(name);
     return true;
 }
 
@@ -73,7 +72,10 @@ void LOCK::removeFile()
     NoCancellation const whole;
     close(m_file);
     m_file = -1;
-    unlink(m_fileName.c_str());
+    try {
+        unlink(PLATFORM::path(m_path.c_str()).c_str());
+    } catch (std::bad_alloc const&) { // the file stays, as that of a process that was killed
+    }
 }
 
 void LOCK::release()

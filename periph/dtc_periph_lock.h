@@ -43,8 +43,7 @@ private:
     static uMutex m_mutex;
 
     std::string m_path;
-    int m_file = -1;
-    std::string m_fileName; // where the file that this object holds lies on this machine
+    int m_file = -1; // -1: this object holds nothing
 };
 
 /// The lock that guards all traffic on the I2C bus: "i2c".
