@@ -5,7 +5,7 @@
 #include "conf/dtc_conf_vars.h"
 #include "platform/platform.h"
 #include "util/at_load.h"
-#include "util/no_cancellation.h"
+#include "util/regular_file.h"
 #include "util/regular_file.h"
 #include "util/umutex.h"
 
@@ -150,7 +150,6 @@ bool initialize_network()
 {
     if (dtc_network_status != NotConfigured)
         return isConfigured();
-    NoCancellation const whole; // a half-run command would leave the root file system writable
     uMutexGuard guard(network_lock);
     if (dtc_network_status != NotConfigured)
         return isConfigured();

@@ -2,8 +2,7 @@
 ///
 /// Both run shell commands for which the root file system is writable meanwhile; it is read-only
 /// again whenever they return or throw, unless no shell can be started for that. Not locked:
-/// callers serialise. Not to be interrupted, nor a thread in them cancelled: what ends the process
-/// ends a command half-way.
+/// callers serialise. Not to be interrupted: what ends the process ends a command half-way.
 #pragma once
 
 #include "util/export.h"

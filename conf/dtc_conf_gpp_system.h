@@ -19,8 +19,7 @@ namespace KORVA::DTC::CONF {
 /// 0 or above 0x7F, in the size bytes there, terminated; what does not fit is lost. While logging
 /// is enabled, command and output are logged. With a null buffer the output is discarded and not
 /// logged. A size of 0 stores nothing. Waits until all who hold that output have closed it, a
-/// service that the command starts included. Threads may call it at the same time; one in it must
-/// not be cancelled.
+/// service that the command starts included. Threads may call it at the same time.
 ///
 /// Throws Exception: NullParameter for a null command, SystemCallFailed when the shell cannot be
 /// started.

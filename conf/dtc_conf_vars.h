@@ -18,13 +18,13 @@ namespace KORVA::DTC::CONF {
 ///
 /// read, write and restore block. Threads and programs may call them at the same time, as a server
 /// does when a client comes, and each has its turn on the bus; but of two that write, the one that
-/// is later wins whole, so writers take turns. A thread must not be cancelled in them. They throw
-/// CONF::Exception (PeripheralAccessFailed, OperationFailed, SystemCallFailed); PERIPH::Exception
-/// when another process holds the lock "i2c" for five seconds (Timeout) or the FPGA's page cannot
-/// be mapped (MapFailed); and uString::error when SAFEMODE, ROVERKIT or RNDISMODE in the
-/// environment is no boolean. They blink the third LED, which shows once its init has made the pin
-/// an output. The blinking waits for the lock for one second only; a Timeout then comes when all
-/// else that was asked for, writing too, is done.
+/// is later wins whole, so writers take turns. They throw CONF::Exception (PeripheralAccessFailed,
+/// OperationFailed, SystemCallFailed); PERIPH::Exception when another process holds the lock "i2c"
+/// for five seconds (Timeout) or the FPGA's page cannot be mapped (MapFailed); and uString::error
+/// when SAFEMODE, ROVERKIT or RNDISMODE in the environment is no boolean. They blink the third LED,
+/// which shows once its init has made the pin an output. The blinking waits for the lock for one
+/// second only; a Timeout then comes when all else that was asked for, writing too, is done.
+/// No thread may be cancelled in this library.
 class KORVA_API Vars : public std::vector<std::pair<std::string, std::string>>
 {
 public:

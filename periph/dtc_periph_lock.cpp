@@ -5,7 +5,6 @@
 #include "platform/platform.h"
 #include "util/at_load.h"
 #include "util/descriptor.h"
-#include "util/no_cancellation.h"
 
 #include <algorithm>
 #include <fcntl.h>
@@ -51,7 +50,6 @@ void LOCK::acquire(unsigned int timeout, unsigned int interval)
 
 bool LOCK::tryCreateFile()
 {
-    NoCancellation const whole; // a file without its owner would keep every program off the bus
     std::string const name = PLATFORM::path(m_path.c_str());
     int const created = open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0);
     if (created == -1)
@@ -69,7 +67,6 @@ void LOCK::removeFile()
 {
     if (m_file == -1)
         return;
-    NoCancellation const whole;
     close(m_file);
     m_file = -1;
     try {

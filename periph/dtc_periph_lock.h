@@ -28,7 +28,7 @@ public:
     /// and at least once; a timeout of 0 tries without limit. Whatever keeps the file from being
     /// created counts as taken, a missing directory and want of descriptors too. Waiting for
     /// another thread of this process has no limit either. Throws Timeout, with the file's path,
-    /// after the last attempt. Nothing is held then, nor when the thread is cancelled in its wait.
+    /// after the last attempt. Nothing is held then.
     /// The holding thread may acquire locks of other names; the same name again would wait for
     /// itself.
     void acquire(unsigned int timeout, unsigned int interval);

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "util/no_cancellation.h"
-
 #include <cstdio>
 #include <memory>
 
@@ -9,11 +7,7 @@ namespace KORVA {
 
 struct CloseFileStream
 {
-    void operator()(std::FILE* stream) const
-    {
-        NoCancellation const whole; // destructors come here, which throw nothing
-        std::fclose(stream);
-    }
+    void operator()(std::FILE* stream) const { std::fclose(stream); }
 };
 
 /// A C stream with one owner. Open it by fopen with the mode letter "e" (close-on-exec): a command

@@ -2,7 +2,6 @@
 
 #include "util/descriptor.h"
 #include "util/message_path.h"
-#include "util/no_cancellation.h"
 #include "util/usocket_error.h"
 
 #include <arpa/inet.h>
@@ -70,13 +69,6 @@ int connectTo(int descriptor, sockaddr_in const& address)
     if (connect(descriptor, reinterpret_cast<sockaddr const*>(&address), sizeof address) == 0)
         return 0;
     return errno == EINTR ? finishConnect(descriptor) : -1;
-}
-
-/// close(2), which a cancelled thread must not be ended by: destructors come here.
-void closeWhole(int descriptor)
-{
-    NoCancellation const whole;
-    close(descriptor);
 }
 
 bool isConnectionLost(int error)
@@ -247,13 +239,13 @@ void uSocket::Close()
         return;
     int const descriptor = std::exchange(m_descriptor, -1);
     shutdown(descriptor, SHUT_RDWR);
-    closeWhole(descriptor);
+    close(descriptor);
 }
 
 void uSocket::Abort()
 {
     if (m_descriptor >= 0)
-        closeWhole(std::exchange(m_descriptor, -1));
+        close(std::exchange(m_descriptor, -1));
 }
 
 unsigned int uSocket::getLastSockErr(char const* prefix)

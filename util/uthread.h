@@ -16,8 +16,8 @@ class KORVA_API uRunnable
 public:
     virtual ~uRunnable();
 
-    /// Called once for each uThread::Start, on the new thread. Must return: neither throw nor be
-    /// cancelled nor end the thread itself, or the run would never be over.
+    /// Called once for each uThread::Start, on the new thread. Must return: neither throw nor end
+    /// the thread itself, or the run would never be over.
     virtual void Run() = 0;
 };
 

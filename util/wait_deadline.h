@@ -28,7 +28,7 @@ private:
     pthread_mutex_t& m_mutex;
 };
 
-/// Counts a thread among the waiting ones from construction to destruction, cancelled or not.
+/// Counts a thread among the waiting ones from construction to destruction.
 template <typename Counter>
 class WaiterCount
 {

@@ -138,41 +138,6 @@ TEST_F(PolicyTest, RefusesInSilenceAndWithoutHarmWhatItCannotJudge)
     EXPECT_FALSE(std::filesystem::exists(busLock));
 }
 
-TEST_F(PolicyTest, BringsAnAdmissionOrARefusalToItsEndWhenItsThreadIsCancelled)
-{
-    setFilter("127.0.0.5");
-    unsigned int port = 0;
-    io->get_local_id(&port);
-    bool returned = false;
-    auto const wait = [&] {
-        io->receive_ready(patienceMs);
-        returned = true;
-    };
-    for (char const* address : {"127.0.0.6", "127.0.0.5"}) {
-        peers.emplace_back(port, address);
-        std::thread judge(wait);
-        while (!std::filesystem::exists(busLock))
-            std::this_thread::yield();
-        pthread_cancel(judge.native_handle());
-        judge.join();
-        EXPECT_FALSE(std::filesystem::exists(busLock));
-    }
-    EXPECT_EQ(changes(), 4) << "the whole sign, for one of them";
-    EXPECT_TRUE(peers.front().seesEnd());
-    EXPECT_EQ(boxFile("/tmp/ip_client"), "127.0.0.5\n");
-    unsigned int const id = peers.back().localPort();
-    peers.back().reset();
-    while (sendTo(*io, id, 1, "x") == DTC_IO_SUCCESS) {
-    }
-    std::thread([&] {
-        pthread_cancel(pthread_self());
-        wait(); // clears the slot of the one that has gone
-    }).join();
-    EXPECT_FALSE(returned) << "each was cancelled, but at its end";
-    EXPECT_EQ(boxFile("/tmp/ip_client"), "none\n");
-    EXPECT_TRUE(admits(*io, "127.0.0.5"));
-}
-
 // The server's lock is held while a client is judged: the others' messages wait, but none is lost,
 // torn or overtaken.
 TEST_F(PolicyTest, KeepsItsPromisesWhileItJudges)

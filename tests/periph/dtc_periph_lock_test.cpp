@@ -8,7 +8,6 @@
 
 #include <future>
 #include <gmock/gmock.h>
-#include <pthread.h>
 #include <thread>
 
 using namespace KORVA::DTC;
@@ -87,19 +86,6 @@ TEST(LockTest, LeavesNoFileBehindThatNobodyHolds)
     });
     EXPECT_EQ(withoutDescriptors.wait(), 0);
     EXPECT_NE(access(file.c_str(), F_OK), 0);
-
-    std::thread cancelled([] {
-        I2C_LOCK lock;
-        {
-            LockHold const hold(lock, 1000, 1);
-            pthread_cancel(pthread_self());
-        }
-        pthread_testcancel();
-    });
-    cancelled.join();
-    EXPECT_NE(access(file.c_str(), F_OK), 0);
-    I2C_LOCK lock;
-    LockHold const hold(lock, 5, 10); // the mutex is free too
 }
 
 TEST(LockTest, WaitsWithoutWorkingForAHolderThatWasKilled)

@@ -49,23 +49,6 @@ TEST(EventTest, OneSetReleasesEveryWaiterBlockedAtThatMoment)
     EXPECT_EQ(setsOfBestRound, 1);
 }
 
-TEST(EventTest, ForgetsAWaiterThatIsCancelled)
-{
-    uEvent event(false);
-    uEvent* events[] = {&event};
-    uEventListener listener(events, 1);
-    std::thread cancelled([&] { event.Wait(forever); });
-    std::this_thread::sleep_for(std::chrono::milliseconds(20)); // it may be cancelled before, too
-    pthread_cancel(cancelled.native_handle());
-    cancelled.join();
-    std::thread setter([&] {
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        event.Set();
-    });
-    EXPECT_EQ(listener.Wait(30'000), 0);
-    setter.join();
-}
-
 TEST(EventTest, TimesOutNoEarlierThanAsked)
 {
     uEvent event(false);
