@@ -7,6 +7,7 @@ int main(void)
 {
     static unsigned int buffer[1 << 18]; /* messages of up to 1 MiB */
     void* server = NULL;
+    /* To run in the background: daemon(3), or fork and exit, goes here, before DTC_IO_Create. */
     if (DTC_IO_Create("dtc_io", 0, &server) != DTC_IO_SUCCESS) {
         fprintf(stderr, "serve: %s\n", DTC_Get_Error());
         return 1;
