@@ -6,7 +6,6 @@
 #include "platform/platform.h"
 #include "util/at_load.h"
 #include "util/regular_file.h"
-#include "util/regular_file.h"
 #include "util/umutex.h"
 
 #include <atomic>
