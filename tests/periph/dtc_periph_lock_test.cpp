@@ -8,6 +8,7 @@
 
 #include <future>
 #include <gmock/gmock.h>
+#include <sys/inotify.h>
 #include <thread>
 
 using namespace KORVA::DTC;
@@ -32,10 +33,43 @@ std::string const file = PLATFORM::path("/var/lock/i2c");
 
 void expectTimeout(unsigned int timeout, unsigned int interval)
 {
+    auto const start = std::chrono::steady_clock::now();
     EXPECT_THAT(
         [=] { I2C_LOCK().acquire(timeout, interval); },
         testing::ThrowsMessage<Exception>(testing::EndsWith(") : timeout : /var/lock/i2c")));
+    EXPECT_GE(std::chrono::steady_clock::now() - start,
+              std::max(timeout / interval, 1U) * interval * 1ms)
+        << "a wait follows the last attempt too";
 }
+
+/// The files created in a directory since then.
+class CreatedFiles
+{
+public:
+    explicit CreatedFiles(std::string const& directory)
+    {
+        // Removals only to keep two creations from becoming one event.
+        inotify_add_watch(m_events, directory.c_str(), IN_CREATE | IN_DELETE);
+    }
+    ~CreatedFiles() { close(m_events); }
+
+    int count() const
+    {
+        alignas(inotify_event) char events[4096];
+        int created = 0;
+        for (ssize_t length = 0; (length = read(m_events, events, sizeof events)) > 0;) {
+            for (char const* at = events; at < events + length;) {
+                auto const* const event = reinterpret_cast<inotify_event const*>(at);
+                created += (event->mask & IN_CREATE) != 0 ? 1 : 0;
+                at += sizeof *event + event->len;
+            }
+        }
+        return created;
+    }
+
+private:
+    int m_events = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+};
 
 TEST(LockTest, IsAFileAndAMutex)
 {
@@ -74,6 +108,7 @@ TEST(LockTest, FailsWithATextThatNamesThePlaceAndTheReason)
 
 TEST(LockTest, LeavesNoFileBehindThatNobodyHolds)
 {
+    CreatedFiles const created(PLATFORM::path("/var/lock"));
     Fork withoutDescriptors([] {
         {
             I2C_LOCK lock;
@@ -82,9 +117,10 @@ TEST(LockTest, LeavesNoFileBehindThatNobodyHolds)
         }
         close(STDIN_FILENO);
         NoMoreDescriptors const none(STDERR_FILENO + 1);
-        expectTimeout(5, 10); // the one descriptor left is that of a standard stream
+        expectTimeout(30, 10); // the one descriptor left is that of a standard stream
     });
     EXPECT_EQ(withoutDescriptors.wait(), 0);
+    EXPECT_EQ(created.count(), 1 + 3) << "an attempt an interval";
     EXPECT_NE(access(file.c_str(), F_OK), 0);
 }
 
