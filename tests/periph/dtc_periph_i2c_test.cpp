@@ -11,9 +11,10 @@
 #include <gmock/gmock.h>
 #include <numeric>
 
+using namespace KORVA::DTC;
 using namespace KORVA::DTC::PERIPH;
 using namespace testing_support;
-namespace FAULTS = KORVA::DTC::PLATFORM::FAULTS;
+namespace FAULTS = PLATFORM::FAULTS;
 using namespace testing;
 
 namespace {
@@ -29,7 +30,7 @@ protected:
     I2cTest()
     {
         FAULTS::clear();
-        KORVA::DTC::PLATFORM::renewBox();
+        PLATFORM::renewBox();
         getI2C().init();
     }
 };
@@ -116,6 +117,15 @@ TEST_F(I2cTest, StopsASequenceAtTheTransferThatFails)
     }
 }
 
+bool isOpen(std::string const& node)
+{
+    std::filesystem::directory_iterator const all("/proc/self/fd");
+    std::error_code closed; // the directory's own descriptor
+    return std::any_of(begin(all), end(all), [&](auto const& open) {
+        return std::filesystem::equivalent(open, PLATFORM::boxRoot() + node, closed);
+    });
+}
+
 TEST_F(I2cTest, OpensTheNodesOnceAndClosesThemAll)
 {
     I2C_close(1);
@@ -124,6 +134,7 @@ TEST_F(I2cTest, OpensTheNodesOnceAndClosesThemAll)
     FAULTS::hideNode("/dev/i2c/bit_io");
     for (int i = 0; i < 3; ++i)
         EXPECT_THAT([] { getI2C().init(); }, failsWith("I2C DEVICE OPEN FAILURE"));
+    EXPECT_TRUE(isOpen("/dev/i2c/version") && isOpen("/dev/i2c/eeprom")) << "all the same";
     FAULTS::hideNode("/dev/i2c/eeprom");
     EXPECT_EQ(I2C_init(1), -1);
     EXPECT_EQ(I2C_init(1), 0) << "the node of the LEDs is open, so the bus counts as open";
