@@ -56,16 +56,23 @@ TEST_F(SystemTest, AsksTheInterfaceForItsAddresses)
 {
     std::string mac;
     std::string ip;
-    setBoxFile("/bin/ifconfig", "#!/bin/sh\n[ \"$2\" = usb0 ] || echo nothing known\n");
+    setBoxFile("/bin/ifconfig", "#!/bin/sh\necho nothing known\n");
     getMacAndIpAddr(mac, ip);
     EXPECT_EQ(mac + ip, "nonenone");
-    setenv("ROVERKIT", "true", 1);
-    setenv("RNDISMODE", "True", 1);
-    mac = "kept";
-    getMacAndIpAddr(mac, ip);
-    EXPECT_EQ(mac, "kept") << "the USB variant without its interface";
-    unsetenv("ROVERKIT");
+    setBoxFile("/bin/ifconfig",
+               "#!/bin/sh\necho \"HWaddr 00:11:22:33:44:55  inet addr:$2  Bcast\"\n");
+    std::tuple<char const*, char const*, char const*> const variants[] = {
+        {"false", "true", "eth0"}, {"true", "false", "eth0"}, {"true", "True", "usb0"}};
+    for (auto const& [roverKit, rndisMode, interface] : variants) {
+        setenv("ROVERKIT", roverKit, 1);
+        setenv("RNDISMODE", rndisMode, 1);
+        getMacAndIpAddr(mac, ip);
+        EXPECT_EQ(mac + ip, std::string("00:11:22:33:44:55") + interface);
+    }
     setBoxFile("/bin/ifconfig", "#!/bin/sh\n");
+    getMacAndIpAddr(mac, ip);
+    EXPECT_EQ(ip, "usb0") << "the USB variant without its interface";
+    unsetenv("ROVERKIT");
     EXPECT_EQ(failureOf([&] { getMacAndIpAddr(mac, ip); }),
               "system call failed : failed to read mac/ip address");
 }

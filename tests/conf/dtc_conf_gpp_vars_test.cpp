@@ -64,6 +64,11 @@ TEST_F(BoxVarsTest, WritesARequest)
     setenv("IPCONFIG", "off", 1);
     request({{"ipConfig", "dhcp"}, {"_control", "EnableInetd"}});
     unsetenv("IPCONFIG");
+    std::string const service = "telnet stream tcp nowait root /usr/sbin/telnetd telnetd\" > ";
+    EXPECT_EQ(newCommands().back(),
+              "mount / -o remount,rw;echo \"" + service +
+                  "/etc/inetd.conf;/etc/init.d/inetd restart;sleep 5;echo \"#" + service +
+                  "/etc/inetd.conf;mount / -o remount,ro;");
     newTransfers();
     vars.read();
     EXPECT_THAT(newTransfers(), Contains(StartsWith(ledChanges)).Times(2)) << "one blink";
