@@ -240,6 +240,9 @@ void renewBox()
         refuseWithErrno(root);
     for (char const* directory : {"bin", "etc", "flash", "log", "mnt", "tmp", "tools", "var"})
         fs::remove_all(root + "/" + directory);
+    for (fs::directory_entry const& entry : fs::directory_iterator(root + "/run"))
+        if (entry.path().filename() != "lock") // others may wait for it
+            fs::remove_all(entry.path());
     populate(root);
 }
 

@@ -41,14 +41,17 @@ case $options in
         put rootfs "${options#remount,}"
         exit 0 ;;
 esac
-partition=${device##*/mtdblock}
-case $type:$partition:$place in
-    jffs2:[2-5]:"$DTC_BOX"/mnt/*) ;;
-    *) echo "mount: cannot mount $device" >&2; exit 32 ;;
+fail() { echo "mount: $*" >&2; exit 32; }
+case $type:$device:$place in
+    jffs2:"$DTC_BOX"/dev/mtdblock[2-5]:"$DTC_BOX"/mnt/*) ;;
+    *) fail "cannot mount $device" ;;
 esac
-[ ! -L "$place" ] || rm "$place" # what an interrupted command left there, hidden by the new one
-mkdir -p "$DTC_BOX/flash/mtd$partition.d" "$place"
-rmdir "$place" && ln -s "$DTC_BOX/flash/mtd$partition.d" "$place"
+flash=$DTC_BOX/flash/mtd${device##*/mtdblock}
+[ ! -s "$flash" ] || fail "$device: wrong fs type" # it was written raw
+[ -d "$place" ] || [ -L "$place" ] || fail "mount point $place does not exist"
+[ ! -L "$place" ] || { rm "$place" && mkdir "$place"; } # left by an interrupted command, hidden by the new one
+mkdir -p "$flash.d"
+rmdir "$place" && ln -s "$flash.d" "$place"
 )sh"},
     {"bin/umount", R"sh(# umount: takes a flash partition away from its directory.
 case $1 in "$DTC_BOX"/mnt/*) ;; *) false ;; esac && [ -L "$1" ] || { echo "umount: $1: not mounted" >&2; exit 32; }
@@ -68,20 +71,34 @@ if [ "$state" = up ]; then
 fi
 )sh"},
     {"bin/ifup",
-     R"sh(# ifup: brings the interface up with the address of the interfaces file; DHCP leases 192.168.0.2.
+     R"sh(# ifup: brings the interface up as the interfaces file describes it; DHCP leases 192.168.0.2.
 file="$DTC_BOX/etc/network/interfaces"
 while [ $# -gt 0 ]; do
     case $1 in
         --interfaces) file=$2; shift ;;
+        -*) ;;
+        *) interface=$1 ;;
     esac
     shift
 done
+fail() { echo "ifup: $*" >&2; exit 1; }
 case $file in "$DTC_BOX"/*) ;; *) file=/nonexistent ;; esac
-[ -r "$file" ] || { echo "ifup: cannot read $file" >&2; exit 1; }
-address=192.168.0.2
-while read -r word value _; do
-    [ "$word" = address ] && address=$value
+[ -r "$file" ] || fail "cannot read $file"
+described= method= address=
+while read -r word value _ kind _; do
+    case $word in
+        iface) described=$value; [ "$value" != "$interface" ] || method=$kind ;;
+        address) [ "$described" != "$interface" ] || address=$value ;;
+    esac
 done < "$file"
+[ -n "$method" ] || fail "ignoring unknown interface $interface"
+[ "$interface" = eth0 ] || fail "$interface: no such device"
+case $method:$address in
+    dhcp:*) address=192.168.0.2 ;;
+    static:*[!0-9.]* | static:) fail "$interface: no valid address" ;;
+    static:*) ;;
+    *) fail "$interface: unknown method $method" ;;
+esac
 put address "$address"
 put network up
 )sh"},
@@ -102,22 +119,37 @@ desk_date -d "now $offset seconds" "$@"
 )sh"},
     {"bin/flash_eraseall", R"sh(# flash_eraseall: empties a flash partition.
 for device; do :; done
-partition=${device##*/mtd}
-case $partition in
-    [2-5]) rm -rf "$DTC_BOX/flash/mtd$partition" "$DTC_BOX/flash/mtd$partition.d" ;;
+case $device in
+    "$DTC_BOX"/dev/mtd[2-5]) flash=$DTC_BOX/flash/${device##*/} ;;
     *) echo "flash_eraseall: $device: no such device" >&2; exit 1 ;;
 esac
-: > "$DTC_BOX/flash/mtd$partition"
+rm -rf "$flash" "$flash.d"
+: > "$flash"
 )sh"},
     {"bin/ftl_format", R"sh(# ftl_format: a formatted partition is an empty one here.
 for device; do :; done
-case ${device##*/mtd} in [2-5]) ;; *) false ;; esac || { echo "ftl_format: $device: no such device" >&2; exit 1; }
+case $device in "$DTC_BOX"/dev/mtd[2-5]) ;; *) false ;; esac || { echo "ftl_format: $device: no such device" >&2; exit 1; }
 )sh"},
-    {"bin/nandwrite", R"sh(# nandwrite: writes a file into a raw flash partition.
-[ "$1" = -p ] && shift
-case ${1##*/mtd} in [2-5]) ;; *) echo "nandwrite: $1: no such device" >&2; exit 1 ;; esac
-[ -f "$2" ] && [ ! -L "$2" ] || { echo "nandwrite: cannot read $2" >&2; exit 1; }
-cat "$2" > "$DTC_BOX/flash/mtd${1##*/mtd}"
+    {"bin/nandwrite",
+     R"sh(# nandwrite: writes a file into a raw flash partition. That only clears bits: what was not erased before keeps
+# its zeros.
+fail() { echo "nandwrite: $*" >&2; exit 1; }
+[ "$1" = -p ] || fail "$2: not whole pages; pad it with -p"
+case $2 in "$DTC_BOX"/dev/mtd[2-5]) flash=$DTC_BOX/flash/${2##*/} ;; *) fail "$2: no such device" ;; esac
+[ -f "$3" ] && [ ! -L "$3" ] || fail "cannot read $3"
+[ ! -d "$flash.d" ] || rmdir "$flash.d" 2>/dev/null || fail "$2: holds a file system; erase it first"
+if [ ! -s "$flash" ]; then
+    cat "$3" > "$flash"
+    exit
+fi
+bytes() { desk od -An -v -tu1 -w1 "$1" > "$DTC_BOX/run/$2.$$"; }
+bytes "$flash" old && bytes "$3" new || exit 1
+while read -r new <&3; do
+    read -r old <&4 || old=255 # erased
+    cleared=$((old & new))
+    printf "\\$((cleared / 64))$((cleared / 8 % 8))$((cleared % 8))"
+done 3< "$DTC_BOX/run/new.$$" 4< "$DTC_BOX/run/old.$$" 1<> "$flash"
+rm "$DTC_BOX/run/new.$$" "$DTC_BOX/run/old.$$"
 )sh"},
     {"bin/tar",
      R"sh(# tar: the desk's. What it unpacks comes to a new directory, where no link can lead it astray, and what it
@@ -145,6 +177,7 @@ exit $status
     {"etc/init.d/ifupdown", "# ifupdown: nothing to prepare here.\n"},
     {"etc/init.d/networking", "# networking: the interfaces come up by ifup.\n"},
     {"etc/init.d/inetd", R"sh(# inetd: takes its configuration over.
+case $1 in start | restart) ;; *) echo "usage: inetd start|restart" >&2; exit 3 ;; esac
 cp "$DTC_BOX/etc/inetd.conf" "$DTC_BOX/run/inetd.conf"
 )sh"},
 };
@@ -154,7 +187,7 @@ constexpr char const* deskTools[] = {"cat", "cp", "grep",  "gzip", "ln",    "ls"
                                      "mv",  "rm", "rmdir", "sed",  "sleep", "tr"};
 
 /// The desk's tools for the stand-ins, where the box's shell does not look for commands.
-constexpr char const* toolsOfStandIns[] = {"chmod", "date", "find", "tar"};
+constexpr char const* toolsOfStandIns[] = {"chmod", "date", "find", "od", "tar"};
 
 /// Makes a command of the box that runs a tool of the desk. Not a link: what a box's command writes
 /// to its own "/bin" must not land in the desk's files.

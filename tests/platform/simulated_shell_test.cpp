@@ -56,6 +56,54 @@ TEST(SimulatedShellTest, TakesAQuotedFileNameAsOneWord)
     EXPECT_EQ(contentOf(canary), "alive");
 }
 
+// Each line is a command, what it prints and its exit status; they follow one another on one box.
+TEST(SimulatedShellTest, RefusesWhatTheBoxsCommandsWouldRefuse)
+{
+    PLATFORM::renewBox();
+    std::string const up = "ifup --interfaces /tmp/interfaces --force ";
+    std::string const show = "; tools/od -An -v -tx1 /flash/mtd4";
+    setBoxFile("/tmp/interfaces",
+               "iface lo inet loopback\n address 10.0.0.9\niface usb0 inet dhcp\n");
+    setBoxFile("/tmp/new", "\x0F\xF0\xFF\x35");
+    setBoxFile("/tmp/short", "\x3C\x3C");
+    std::tuple<std::string, std::string, int> const cases[] = {
+        {"mount -t jffs2 /dev/mtdblock5 /mnt/flash; ls /mnt",
+         "mount: mount point BOX/mnt/flash does not exist\n", 0},
+        {"mkdir /mnt/flash; mount -t jffs2 /dev/mtdblock5 /mnt/flash", "", 0},
+        {"echo x > /mnt/flash/x; umount /mnt/flash; nandwrite -p /dev/mtd5 /tmp/new",
+         "nandwrite: BOX/dev/mtd5: holds a file system; erase it first\n", 1},
+        {"mount -t jffs2 /mtdblock5 /mnt/flash", "mount: cannot mount BOX/mtdblock5\n", 32},
+        {"nandwrite /dev/mtd4 /tmp/new",
+         "nandwrite: BOX/tmp/new: not whole pages; pad it with -p\n", 1},
+        {"nandwrite -p /dev/mtd4 /tmp/new" + show, " 0f f0 ff 35\n", 0},
+        {"nandwrite -p /dev/mtd4 /tmp/short" + show, " 0c 30 ff 35\n", 0},
+        {"mount -t jffs2 /dev/mtdblock4 /mnt/flash", "mount: BOX/dev/mtdblock4: wrong fs type\n",
+         32},
+        {"flash_eraseall /mtd4; nandwrite -p /mtd4 /tmp/new; ftl_format /mtd4",
+         "flash_eraseall: BOX/mtd4: no such device\nnandwrite: BOX/mtd4: no such device\n"
+         "ftl_format: BOX/mtd4: no such device\n",
+         1},
+        {"flash_eraseall -j /dev/mtd4; nandwrite -p /dev/mtd4 /tmp/short" + show, " 3c 3c\n", 0},
+        {"nandwrite -p /dev/mtd4 /tmp/new" + show, " 0c 30 ff 35\n", 0},
+        {up + "eth0", "ifup: ignoring unknown interface eth0\n", 1},
+        {up + "usb0", "ifup: usb0: no such device\n", 1},
+        {"echo 'iface eth0 inet static' >> /tmp/interfaces; " + up + "eth0",
+         "ifup: eth0: no valid address\n", 1},
+        {"echo ' address DHCP' >> /tmp/interfaces; " + up + "eth0",
+         "ifup: eth0: no valid address\n", 1},
+        {"cat /run/network", "down\n", 0},
+        {"echo ' address 10.0.0.5' >> /tmp/interfaces; " + up + "eth0; cat /run/address",
+         "10.0.0.5\n", 0},
+        {"/etc/init.d/inetd", "usage: inetd start|restart\n", 3}};
+    std::string const root = PLATFORM::boxRoot();
+    for (auto const& [command, output, status] : cases) {
+        auto [said, ended] = runInShell("exec 2>&1; " + command);
+        for (std::size_t at = said.find(root); at != std::string::npos; at = said.find(root))
+            said.replace(at, root.size(), "BOX");
+        EXPECT_EQ(std::tie(said, ended), std::tie(output, status)) << command;
+    }
+}
+
 TEST(ShellTextTest, LeadsPathsUnderTheBoxAndKnowsThoseThatClimbOut)
 {
     std::pair<char const*, char const*> const cases[] = {
