@@ -13,9 +13,10 @@ constexpr std::size_t eepromBytes = 0x8000; ///< 32 KiB, the whole part
 /// directory.
 struct I2cDevice
 {
-    char const* node;     ///< its path on the box
-    char const* name;     ///< for the log
-    unsigned int address; ///< 7 bits
+    char const* node;          ///< its path on the box
+    char const* name;          ///< for the log
+    unsigned int address;      ///< 7 bits
+    bool (*answers)(int root); ///< whether it acknowledges its address now
     // False when the state cannot be read or written.
     bool (*write)(int state, int root, unsigned char const* bytes, std::size_t length);
     bool (*read)(int state, int root, unsigned char* bytes, std::size_t length);

@@ -100,7 +100,9 @@ int refusal(OpenNode const& node, std::optional<FAULTS::Transfer> fault)
 {
     if (fault == FAULTS::Transfer::Fails)
         return EIO;
-    return node.boundAddress == node.device->address ? 0 : ENXIO;
+    bool const isAcknowledged =
+        node.boundAddress == node.device->address && node.device->answers(node.root);
+    return isAcknowledged ? 0 : ENXIO;
 }
 
 constexpr std::size_t largestTransfer = 8192; // source: i2c-dev of the Linux kernel

@@ -1,3 +1,4 @@
+#include "periph/dtc_periph_delay.h"
 #include "platform/platform.h"
 #include "platform/simulated/box_files.h"
 #include "tests/support/box_state.h"
@@ -10,6 +11,7 @@
 
 using namespace KORVA::DTC;
 using namespace testing_support;
+using namespace std::chrono_literals;
 using testing::HasSubstr;
 
 namespace {
@@ -35,6 +37,22 @@ public:
     bool write(std::string const& bytes)
     {
         return PLATFORM::writeDevice(m_descriptor, bytes.data(), bytes.size()) >= 0;
+    }
+
+    /// Writes to the EEPROM and waits for the end of its write cycle.
+    bool store(std::string const& bytes)
+    {
+        bool const isWritten = write(bytes);
+        while (!write(""))
+            std::this_thread::sleep_for(std::chrono::microseconds(100));
+        return isWritten;
+    }
+
+    /// Writes to an EEPROM that needs next to no write cycle.
+    void storeAtOnce(std::string const& bytes)
+    {
+        while (!write(bytes))
+            std::filesystem::remove(PLATFORM::path("/run/eeprom-write-cycle"));
     }
 
     /// The bytes read, or none when that failed.
@@ -82,7 +100,7 @@ TEST_F(SimulatedBoxTest, RefusesAPlaceThatCannotBeABox)
 TEST_F(SimulatedBoxTest, EepromWrapsWritesInsideTheirPageAndRunsOnWhenRead)
 {
     Node device(eeprom, 0x50);
-    EXPECT_TRUE(device.write(std::string("\x00\x7E", 2) + "abcd")) << "two before its end";
+    EXPECT_TRUE(device.store(std::string("\x00\x7E", 2) + "abcd")) << "two before its end";
     EXPECT_EQ(device.read(1), "\xFF") << "the address stands behind the last byte written";
     EXPECT_TRUE(device.write({"\x00\x40", 2}));
     EXPECT_EQ(device.read(3), "cd\xFF");
@@ -90,7 +108,7 @@ TEST_F(SimulatedBoxTest, EepromWrapsWritesInsideTheirPageAndRunsOnWhenRead)
     EXPECT_EQ(device.read(2), "\xFF"
                               "a");
     EXPECT_EQ(Node(eeprom, 0x50).read(2), "b\xFF") << "on into the third page, by whichever node";
-    EXPECT_TRUE(device.write("\x7F\xFFz"));
+    EXPECT_TRUE(device.store("\x7F\xFFz"));
     EXPECT_TRUE(device.write("\xFF\xFF")) << "the part has 15 address lines";
     EXPECT_EQ(device.read(2), "z\xFF") << "on from the end to the beginning";
     for (unsigned int const wrong : {0U, 0x51U}) {
@@ -99,6 +117,33 @@ TEST_F(SimulatedBoxTest, EepromWrapsWritesInsideTheirPageAndRunsOnWhenRead)
         EXPECT_EQ(Node(eeprom, wrong).read(1), "");
     }
     EXPECT_EQ(boxFile(eeprom).back(), 'z') << "nothing of it reached the device";
+}
+
+// A busy machine may be too late to see it, in this process and in another.
+TEST_F(SimulatedBoxTest, EepromDoesNotAnswerDuringItsWriteCycle)
+{
+    Node device(eeprom, 0x50);
+    bool wasBusy = false;
+    bool wasBusyForOthers = false;
+    for (int attempt = 0; attempt < 200 && !(wasBusy && wasBusyForOthers); ++attempt) {
+        auto const start = std::chrono::steady_clock::now();
+        EXPECT_TRUE(device.write(std::string(2, '\0') + "ab"));
+        wasBusy = !device.write(std::string(2, '\0')) && errno == ENXIO;
+        Fork other([] { _exit(Node(eeprom, 0x50).read(1).empty() ? 1 : 0); });
+        wasBusyForOthers = other.wait() == 1;
+        EXPECT_NE(Node("/dev/i2c/bit_io", 0x1A).read(1), "") << "only the EEPROM is busy";
+        while (device.read(1).empty()) {
+        }
+        EXPECT_TRUE(!wasBusy || std::chrono::steady_clock::now() - start >= 5ms);
+        EXPECT_TRUE(device.write(std::string(2, '\0') + "ab"));
+        PERIPH::waitmsec(5);
+        EXPECT_TRUE(device.write(std::string(2, '\0'))) << "no longer than the driver waits";
+    }
+    ASSERT_TRUE(wasBusy && wasBusyForOthers);
+    EXPECT_THAT(boxFile("/log/transfers.log"), HasSubstr("write eeprom 0x50 2: failed\n"));
+    setBoxFile("/run/eeprom-write-cycle",
+               std::string(8, '\x7F')); // left by another run of the machine
+    EXPECT_EQ(device.read(1), "a");
 }
 
 TEST_F(SimulatedBoxTest, ExpanderPinsFollowTheConfiguration)
@@ -136,14 +181,14 @@ TEST_F(SimulatedBoxTest, LosesNothingWhenProcessesWriteAtOnceAndSomeAreKilled)
         workers.emplace_back([first] {
             Node memory(eeprom, 0x50);
             for (int i = first; i < 8192; i += 4)
-                EXPECT_TRUE(memory.write({static_cast<char>(i >> 8), static_cast<char>(i), 'x'}));
+                memory.storeAtOnce({static_cast<char>(i >> 8), static_cast<char>(i), 'x'});
         });
     std::atomic<int>& pages = newSharedNumber();
     for (int round = 1; round <= 40; ++round) {
         Fork victim([&] {
             Node memory(eeprom, 0x50);
-            for (char c = 0; memory.write(std::string{0x40, 0} + std::string(64, c)); ++c)
-                ++pages;
+            for (char c = 0;; ++c, ++pages)
+                memory.storeAtOnce(std::string{0x40, 0} + std::string(64, c));
         });
         awaitAtLeast(pages, pages + 1);
         std::this_thread::sleep_for(std::chrono::microseconds(50 * round));
