@@ -4,7 +4,9 @@
 
 #include "platform/simulated/box_files.h"
 #include "platform/simulated/fault_state.h"
+#include "platform/simulated/owned_descriptor.h"
 #include "platform/simulated/shell_text.h"
+#include "util/file_stream.h"
 
 #include <algorithm>
 #include <array>
@@ -40,17 +42,17 @@ RunningCommand* findCommand(std::FILE const* stream)
 /// Starts the shell in the box's directory, with output as its standard output; 0 on failure.
 pid_t spawnShell(std::string const& root, std::string const& script, int output)
 {
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-    posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
-    posix_spawn_file_actions_addchdir_np(&actions, root.c_str());
     std::string words[] = {"sh", "-c", script};
     char* const arguments[] = {words[0].data(), words[1].data(), words[2].data(), nullptr};
     std::string variables[] = {"PATH=" + root + "/bin", "DTC_BOX=" + root, "HOME=" + root,
                                "LC_ALL=C"};
     char* const environment[] = {variables[0].data(), variables[1].data(), variables[2].data(),
                                  variables[3].data(), nullptr};
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
+    posix_spawn_file_actions_addchdir_np(&actions, root.c_str());
     pid_t process = 0;
     int const error = posix_spawn(&process, "/bin/sh", &actions, nullptr, arguments, environment);
     posix_spawn_file_actions_destroy(&actions);
@@ -75,18 +77,17 @@ std::FILE* start(std::string const& root, char const* command)
         errno = EMFILE;
     if (place == nullptr || pipe2(ends, O_CLOEXEC) != 0)
         return nullptr;
-    std::FILE* const stream = fdopen(ends[0], "r");
-    pid_t const process = stream != nullptr ? spawnShell(root, scriptFor(command), ends[1]) : 0;
-    close(ends[1]);
-    if (process == 0) {
-        if (stream != nullptr)
-            std::fclose(stream);
-        else
-            close(ends[0]);
+    OwnedDescriptor readEnd(ends[0]);
+    OwnedDescriptor const writeEnd(ends[1]);
+    FileStream stream(fdopen(readEnd.get(), "r"));
+    if (stream == nullptr)
         return nullptr;
-    }
-    *place = {stream, process};
-    return stream;
+    static_cast<void>(readEnd.release()); // the stream has it
+    pid_t const process = spawnShell(root, scriptFor(command), writeEnd.get());
+    if (process == 0)
+        return nullptr;
+    *place = {stream.get(), process};
+    return stream.release();
 }
 
 } // namespace

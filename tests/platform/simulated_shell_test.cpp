@@ -2,7 +2,9 @@
 #include "platform/platform.h"
 #include "platform/simulated/box_files.h"
 #include "platform/simulated/shell_text.h"
+#include "tests/loader/adapter_fixture.h"
 #include "tests/support/box_state.h"
+#include "tests/support/descriptors.h"
 
 #include <ctime>
 #include <filesystem>
@@ -102,6 +104,22 @@ TEST(SimulatedShellTest, RefusesWhatTheBoxsCommandsWouldRefuse)
             said.replace(at, root.size(), "BOX");
         EXPECT_EQ(std::tie(said, ended), std::tie(output, status)) << command;
     }
+}
+
+TEST(SimulatedShellTest, LosesNoDescriptorWhenMemoryEnds)
+{
+    std::size_t const before = openDescriptors();
+    std::FILE* stream = nullptr;
+    int granted = 0;
+    for (; stream == nullptr && granted < 1000; ++granted) {
+        memoryRequestsLeft = granted;
+        stream = PLATFORM::openShell("echo 'more than fits into a string without memory' > /tmp/x");
+        memoryRequestsLeft = -1;
+        EXPECT_EQ(openDescriptors(), before + (stream != nullptr ? 1 : 0)) << granted;
+    }
+    ASSERT_NE(stream, nullptr);
+    EXPECT_GT(granted, 1);
+    EXPECT_EQ(PLATFORM::closeShell(stream), 0);
 }
 
 TEST(ShellTextTest, LeadsPathsUnderTheBoxAndKnowsThoseThatClimbOut)
