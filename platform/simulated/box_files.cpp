@@ -2,6 +2,7 @@
 
 #include "platform/simulated/expander.h"
 #include "platform/simulated/i2c_devices.h"
+#include "platform/simulated/owned_descriptor.h"
 #include "platform/simulated/stand_ins.h"
 
 #include <algorithm>
@@ -99,44 +100,69 @@ std::string wantedRoot()
     return root;
 }
 
-/// Refuses the box for the reason in errno when the file could not be opened or changed.
-void closeOrRefuse(int file, bool isDone, std::string const& path)
+/// Writes all of it; false with errno. On a full disk the first call writes what there is room for.
+bool writeAt(int file, off_t offset, std::string const& content)
 {
-    int const error = errno;
-    if (file != -1)
-        close(file);
-    errno = error;
-    if (!isDone)
-        refuseWithErrno(path);
+    std::size_t done = 0;
+    while (done < content.size()) {
+        ssize_t const written = pwrite(file, content.data() + done, content.size() - done,
+                                       offset + static_cast<off_t>(done));
+        if (written <= 0)
+            return false;
+        done += static_cast<std::size_t>(written);
+    }
+    return true;
 }
 
 /// Gives a device's state file its content without replacing the file, which programs may have
 /// open.
 void setState(std::string const& path, std::string const& content)
 {
-    int const file = open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
-    bool const written = file != -1 && pwrite(file, content.data(), content.size(), 0) ==
-                                           static_cast<ssize_t>(content.size());
-    closeOrRefuse(file, written, path);
+    OwnedDescriptor const file(open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644));
+    if (file.get() == -1 || !writeAt(file.get(), 0, content))
+        refuseWithErrno(path);
 }
 
-/// The physical memory, all zero, and never shorter than it is: programs may have it mapped.
+/// What the drivers map of the physical memory: the pin multiplexer and the FPGA's two ranges.
+struct Range
+{
+    off_t begin;
+    off_t end;
+};
+constexpr Range mappedRanges[] = {
+    {0x01C40000, 0x01C41000}, {0x06000000, 0x06010000}, {0x08000000, memoryBytes}};
+
+bool punchHole(int file, Range const& range)
+{
+    return fallocate(file, FALLOC_FL_PUNCH_HOLE | FALLOC_FL_KEEP_SIZE, range.begin,
+                     range.end - range.begin) == 0;
+}
+
+/// The physical memory, all zero, and never shorter than it is: programs may have it mapped. What
+/// the drivers map keeps its blocks, for a page without one kills whoever touches it on a full
+/// disk; the rest has none.
 void clearMemory(std::string const& path)
 {
-    int const file = open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
-    bool const cleared =
-        file != -1 && ftruncate(file, memoryBytes) == 0 &&
-        fallocate(file, FALLOC_FL_PUNCH_HOLE | FALLOC_FL_KEEP_SIZE, 0, memoryBytes) == 0;
-    closeOrRefuse(file, cleared, path);
+    OwnedDescriptor const file(open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644));
+    bool cleared = file.get() != -1 && ftruncate(file.get(), memoryBytes) == 0;
+    off_t done = 0;
+    for (Range const& range : mappedRanges) {
+        cleared = cleared && punchHole(file.get(), {done, range.begin}) &&
+                  writeAt(file.get(), range.begin,
+                          std::string(static_cast<std::size_t>(range.end - range.begin), '\0'));
+        done = range.end;
+    }
+    if (!cleared)
+        refuseWithErrno(path);
 }
 
 /// In the byte order in which programs read registers in the mapped memory: the machine's own.
-void pokeMemory(std::string const& root, std::uint64_t address, std::uint16_t value)
+void pokeMemory(std::string const& root, off_t address, std::uint16_t value)
 {
     std::string const path = root + "/dev/mem";
-    int const memory = open(path.c_str(), O_WRONLY | O_CLOEXEC);
-    ssize_t const written = pwrite(memory, &value, sizeof value, static_cast<off_t>(address));
-    closeOrRefuse(memory, written == sizeof value, path);
+    OwnedDescriptor const memory(open(path.c_str(), O_WRONLY | O_CLOEXEC));
+    if (pwrite(memory.get(), &value, sizeof value, address) != sizeof value)
+        refuseWithErrno(path);
 }
 
 std::string bytesOf(Expander const& expander)
@@ -164,6 +190,16 @@ void populate(std::string const& root)
     writeFile(root + "/" + markerName, "Made by skylark_io; see docs/simulated-box.md.\n");
 }
 
+struct RemovedAtEnd
+{
+    std::string const directory;
+    ~RemovedAtEnd()
+    {
+        std::error_code ignored;
+        fs::remove_all(directory, ignored);
+    }
+};
+
 /// Prepared beside its place and moved there whole, so that a box is never seen half made.
 void makeBox(std::string const& root)
 {
@@ -171,22 +207,20 @@ void makeBox(std::string const& root)
     std::string fresh = root + ".new.XXXXXX";
     if (mkdtemp(fresh.data()) == nullptr)
         refuseWithErrno(root);
+    RemovedAtEnd const prepared{fresh}; // unless it has got its place
     try {
         populate(fresh);
-    } catch (...) {
-        std::error_code ignored;
-        fs::remove_all(fresh, ignored);
-        throw;
+    } catch (std::exception const& error) {
+        std::string reason = error.what();
+        std::size_t const preparedAt = reason.find(fresh);
+        if (preparedAt == std::string::npos)
+            throw;
+        reason.replace(preparedAt, fresh.size(), root); // the same however often it is tried
+        throw std::runtime_error(reason);
     }
     bool const placed = rename(fresh.c_str(), root.c_str()) == 0;
-    int const error = errno;
-    if (placed)
-        return;
-    fs::remove_all(fresh);
-    if (error != EEXIST && error != ENOTEMPTY) {
-        errno = error;
+    if (!placed && errno != EEXIST && errno != ENOTEMPTY)
         refuseWithErrno(root);
-    }
 }
 
 void requireRoomForBox(std::string const& root)
@@ -270,23 +304,19 @@ void appendToLog(std::string const& root, char const* name, std::string const& l
     std::string text = timeStamp() + " " + std::to_string(getpid()) + " " + line;
     std::replace(text.begin(), text.end(), '\n', ' ');
     text += '\n';
-    int const log = open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
-    if (log == -1)
-        return; // a log that cannot be written must not keep the box from working
-    ssize_t const written = write(log, text.data(), text.size());
-    static_cast<void>(written);
-    close(log);
+    OwnedDescriptor const log(open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644));
+    ssize_t const written = write(log.get(), text.data(), text.size());
+    static_cast<void>(written); // a log that cannot be written must not keep the box from working
 }
 
 void writeFile(std::string const& path, std::string const& content, unsigned int mode)
 {
     std::string const fresh = path + ".new";
-    int const file = open(fresh.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, mode);
-    bool const written = file != -1 && write(file, content.data(), content.size()) ==
-                                           static_cast<ssize_t>(content.size());
-    if (file != -1)
-        close(file);
-    if (!written || rename(fresh.c_str(), path.c_str()) != 0)
+    OwnedDescriptor file(open(fresh.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, mode));
+    if (file.get() == -1 || !writeAt(file.get(), 0, content))
+        refuseWithErrno(path);
+    file.reset(); // a command that is still open for writing cannot be run
+    if (rename(fresh.c_str(), path.c_str()) != 0)
         refuseWithErrno(path);
 }
 

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstring>
 #include <exception>
 #include <fcntl.h>
 #include <mutex>
@@ -103,6 +104,23 @@ int refusal(OpenNode const& node, std::optional<FAULTS::Transfer> fault)
     bool const isAcknowledged =
         node.boundAddress == node.device->address && node.device->answers(node.root);
     return isAcknowledged ? 0 : ENXIO;
+}
+
+/// Room for the page in the memory's file: on a full disk, touching a page without it would kill
+/// the process. False with errno; a file system that cannot tell is trusted.
+bool giveBlocks(int memory, off_t page)
+{
+    int error = 0;
+    do {
+        error = fallocate(memory, FALLOC_FL_KEEP_SIZE, page, static_cast<off_t>(PageSize)) == 0
+                    ? 0
+                    : errno;
+    } while (error == EINTR);
+    if (error == 0 || error == EOPNOTSUPP)
+        return true;
+    complain(std::string("simulated box: /dev/mem: ") + std::strerror(error));
+    errno = error;
+    return false;
 }
 
 constexpr std::size_t largestTransfer = 8192; // source: i2c-dev of the Linux kernel
@@ -217,8 +235,14 @@ void* mapPage(int descriptor, unsigned int physicalAddress)
         errno = EINVAL;
         return MAP_FAILED;
     }
-    return mmap(nullptr, PageSize, PROT_READ | PROT_WRITE, MAP_SHARED, descriptor,
-                static_cast<off_t>(physicalAddress));
+    void* const page = mmap(nullptr, PageSize, PROT_READ | PROT_WRITE, MAP_SHARED, descriptor,
+                            static_cast<off_t>(physicalAddress));
+    if (page == MAP_FAILED || giveBlocks(descriptor, static_cast<off_t>(physicalAddress)))
+        return page;
+    int const error = errno;
+    munmap(page, PageSize);
+    errno = error;
+    return MAP_FAILED;
 }
 
 int unmapPage(void* page)

@@ -8,6 +8,8 @@
 #include <filesystem>
 #include <gmock/gmock.h>
 #include <list>
+#include <sched.h>
+#include <sys/mount.h>
 
 using namespace KORVA::DTC;
 using namespace testing_support;
@@ -66,6 +68,44 @@ public:
 private:
     int const m_descriptor;
 };
+
+/// A small file system there, for this process alone.
+bool mountSmallDisk(std::string const& place)
+{
+    std::string const user = std::to_string(geteuid());
+    std::string const group = std::to_string(getegid());
+    if (unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0)
+        return false;
+    std::ofstream("/proc/self/uid_map") << "0 " + user + " 1";
+    std::ofstream("/proc/self/setgroups") << "deny";
+    std::ofstream("/proc/self/gid_map") << "0 " + group + " 1";
+    return mount("tmpfs", place.c_str(), "tmpfs", 0, "size=1m") == 0;
+}
+
+/// What a program does whose box lies on a disk that has become full.
+void useFullDisk(std::string const& disk)
+{
+    setenv("DTC_BOX_ROOT", (disk + "/box").c_str(), 1);
+    int const memory = PLATFORM::openDevice("/dev/mem", O_RDWR);
+    int const rest = open((disk + "/rest").c_str(), O_WRONLY | O_CREAT, 0600);
+    char const block[4096] = {};
+    while (write(rest, block, sizeof block) > 0) {
+    }
+    for (unsigned int const mapped :
+         {0x01C40000U, 0x06000000U, 0x0600F000U, 0x08000000U, 0x0800F000U}) {
+        void* const page = PLATFORM::mapPage(memory, mapped);
+        ASSERT_NE(page, MAP_FAILED);
+        ++static_cast<char volatile*>(page)[100];
+    }
+    EXPECT_EQ(PLATFORM::mapPage(memory, 0x03000000), MAP_FAILED)
+        << "it would kill whoever touches it";
+    EXPECT_EQ(errno, ENOSPC);
+    setenv("DTC_BOX_ROOT", (disk + "/other").c_str(), 1);
+    EXPECT_THAT(PLATFORM::boxRoot,
+                testing::ThrowsMessage<std::runtime_error>(testing::AllOf(
+                    HasSubstr(disk + "/other/"), testing::EndsWith("No space left on device"))));
+    EXPECT_EQ(filesIn(disk), 2) << "nothing is left of the other box";
+}
 
 /// Each test has a new box, in the same place.
 class SimulatedBoxTest : public testing::Test
@@ -161,6 +201,22 @@ TEST_F(SimulatedBoxTest, ExpanderPinsFollowTheConfiguration)
             EXPECT_EQ(device.read(2), std::string(2, registers.at(std::size_t(number))));
         }
     }
+}
+
+TEST_F(SimulatedBoxTest, KillsNobodyOnAFullDisk)
+{
+    constexpr int cannot = 77;
+    std::string const disk = place + "-disk";
+    std::filesystem::create_directory(disk);
+    Fork user([&] {
+        if (!mountSmallDisk(disk))
+            _exit(cannot);
+        useFullDisk(disk);
+    });
+    int const status = user.wait();
+    if (status == cannot)
+        GTEST_SKIP() << "this machine allows no namespaces";
+    EXPECT_EQ(status, 0);
 }
 
 TEST_F(SimulatedBoxTest, LogsStayWithinBounds)
