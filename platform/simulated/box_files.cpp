@@ -156,15 +156,6 @@ void clearMemory(std::string const& path)
         refuseWithErrno(path);
 }
 
-/// In the byte order in which programs read registers in the mapped memory: the machine's own.
-void pokeMemory(std::string const& root, off_t address, std::uint16_t value)
-{
-    std::string const path = root + "/dev/mem";
-    OwnedDescriptor const memory(open(path.c_str(), O_WRONLY | O_CLOEXEC));
-    if (pwrite(memory.get(), &value, sizeof value, address) != sizeof value)
-        refuseWithErrno(path);
-}
-
 std::string bytesOf(Expander const& expander)
 {
     return {reinterpret_cast<char const*>(&expander), sizeof expander};
@@ -185,7 +176,8 @@ void populate(std::string const& root)
     clearMemory(root + "/dev/mem");
     fs::remove(root + "/dev/null");
     fs::create_symlink("/dev/null", root + "/dev/null");
-    pokeMemory(root, 0x06000000, 0x0211); // FPGA revision 2.17
+    writeFile(root + "/run/fpga-revision", "0x0211\n"); // 2.17
+    restoreRegisters(root);
     writeStandIns(root);
     writeFile(root + "/" + markerName, "Made by skylark_io; see docs/simulated-box.md.\n");
 }
@@ -278,6 +270,19 @@ void renewBox()
         if (entry.path().filename() != "lock") // others may wait for it
             fs::remove_all(entry.path());
     populate(root);
+}
+
+void restoreRegisters(std::string const& root)
+{
+    OwnedDescriptor const revision(
+        open((root + "/run/fpga-revision").c_str(), O_RDONLY | O_CLOEXEC));
+    char text[16] = {};
+    if (read(revision.get(), text, sizeof text - 1) <= 0)
+        return;
+    auto const value = static_cast<std::uint16_t>(std::strtoul(text, nullptr, 0));
+    OwnedDescriptor const memory(open((root + "/dev/mem").c_str(), O_WRONLY | O_CLOEXEC));
+    ssize_t const written = pwrite(memory.get(), &value, sizeof value, fpgaRevisionRegister);
+    static_cast<void>(written);
 }
 
 BoxLock::BoxLock(std::string const& root)

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <sys/types.h>
 
 namespace KORVA::DTC::PLATFORM {
 
@@ -14,6 +15,13 @@ std::string boxRoot();
 /// Makes the box as it was when new, in its place: programs that have its devices open go on with
 /// the new state.
 void renewBox();
+
+constexpr off_t fpgaRevisionRegister = 0x06000000; ///< its place in the memory
+
+/// Puts back what the register holds that the hardware lets nobody write: the FPGA's revision,
+/// which is kept in run/fpga-revision, as strtoul(3) reads it. Memory traps no write, so whoever
+/// comes to the box does this. Call with the box's lock.
+void restoreRegisters(std::string const& root);
 
 /// Keeps other processes out of the box's state while it lives. A process that dies gives it up.
 class BoxLock

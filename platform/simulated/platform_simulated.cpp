@@ -123,6 +123,16 @@ bool giveBlocks(int memory, off_t page)
     return false;
 }
 
+/// Before a program sees the FPGA's page.
+void restoreRegistersOfBox()
+{
+    std::string const root = rootOrComplain();
+    if (root.empty())
+        return;
+    BoxLock const lock(root);
+    restoreRegisters(root);
+}
+
 constexpr std::size_t largestTransfer = 8192; // source: i2c-dev of the Linux kernel
 
 /// One transfer, alone on the bus: move lets the device take or give so many bytes.
@@ -141,6 +151,7 @@ ssize_t transfer(char const* kind, int descriptor, Byte* buffer, std::size_t len
         return -1;
     }
     BoxLock const lock(root);
+    restoreRegisters(root);
     std::optional<FAULTS::Transfer> const fault = FAULTS::nextTransfer();
     std::string entry = describe(kind, *node, length);
     bool const isShort = fault == FAULTS::Transfer::IsShort && length > 0;
@@ -235,6 +246,8 @@ void* mapPage(int descriptor, unsigned int physicalAddress)
         errno = EINVAL;
         return MAP_FAILED;
     }
+    if (physicalAddress == fpgaRevisionRegister)
+        restoreRegistersOfBox();
     void* const page = mmap(nullptr, PageSize, PROT_READ | PROT_WRITE, MAP_SHARED, descriptor,
                             static_cast<off_t>(physicalAddress));
     if (page == MAP_FAILED || giveBlocks(descriptor, static_cast<off_t>(physicalAddress)))

@@ -102,6 +102,7 @@ std::FILE* openShell(char const* command)
         std::string const root = boxRoot();
         {
             BoxLock const lock(root);
+            restoreRegisters(root);
             appendToLog(root, "commands", command);
         }
         return start(root, command);

@@ -35,6 +35,10 @@ TEST(FpgaTest, ReachesItsRegistersAtBothEndsOfBothRanges)
         EXPECT_EQ(static_cast<unsigned short*>(page.get_base_address())[physical % 0x1000 / 2],
                   value);
     }
+    fpga.write(0, 0xFFFF);
+    MMD other;
+    other.map(0x06000000);
+    EXPECT_EQ(fpga.read(0), 0x0211) << "nobody writes the revision";
     for (unsigned int const outside :
          {0x0600FFFFU, 0x06010000U, 0x05FFFFFEU, 0x07000000U, 0x0800FFFFU, 0x08010000U, 0x0A000000U,
           0x0E000000U, 0x10000U, 0xFFFFFFFFU}) {

@@ -16,13 +16,15 @@ TEST(DtcctlBoxTest, ShowsWhatTheOtherSubcommandsDo)
                              HasSubstr(R"("transfers":[],"commands":[])")));
     for (char const* act : {"led 0 on", "led 1 off", "led 2 toggle", "led 2 blink 1", "reset fpga"})
         dtcctl(act);
-    EXPECT_EQ(dtcctl("fpga write 0x06000000 65535"), "0x06000000: 0xffff\n");
-    EXPECT_EQ(dtcctl("fpga read 0"), "0x00000000: 0xffff\n");
+    EXPECT_EQ(dtcctl("fpga write 0x06000002 65535"), "0x06000002: 0xffff\n");
+    EXPECT_EQ(dtcctl("fpga read 2"), "0x00000002: 0xffff\n");
+    dtcctl("fpga write 0 0xffff");
+    EXPECT_EQ(dtcctl("fpga read 0"), "0x00000000: 0x0211\n") << "nobody writes the revision";
     dtcctl({"eeprom", "write", "0", fileWith("name=\"box\"\nmode=1\n")});
     EXPECT_THAT(dtcctl("box --json"),
                 AllOf(HasSubstr(R"("leds":["on","off","on"])"),
                       HasSubstr(R"("resets":{"fpga":"released","box":"released"})"),
-                      HasSubstr(R"("fpga_revision":65535)"),
+                      HasSubstr(R"("fpga_revision":529)"),
                       HasSubstr(R"({"erased":false,"text":["name=\"box\"","mode=1"]})"),
                       HasSubstr("write eeprom 0x50 66: 00 00 6e 61 6d 65")));
     EXPECT_THAT(dtcctl("box"), HasSubstr("LED 1             off\n"));
