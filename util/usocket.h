@@ -53,8 +53,8 @@ public:
     /// Receives at most length bytes into buffer + offset. Blocks until there is at least one byte,
     /// and never waits for more. *count receives what recv(2) returned: also 0 at the end of the
     /// stream (result 5), and 0xFFFFFFFF after a failure. A null buffer gives 2 and leaves *count
-    /// alone. length: at least 1; 0 waits all the same until something has come, takes none of it and
-    /// gives what a peer that has gone gives.
+    /// alone. length: at least 1; 0 waits all the same until something has come, takes none of it
+    /// and gives what a peer that has gone gives.
     unsigned int ReadData(unsigned char* buffer, unsigned int length, unsigned int offset,
                           unsigned int* count);
 
