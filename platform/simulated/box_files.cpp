@@ -15,6 +15,7 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <mutex>
+#include <new>
 #include <stdexcept>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -187,8 +188,11 @@ struct RemovedAtEnd
     std::string const directory;
     ~RemovedAtEnd()
     {
-        std::error_code ignored;
-        fs::remove_all(directory, ignored);
+        try {
+            std::error_code ignored;
+            fs::remove_all(directory, ignored);
+        } catch (std::bad_alloc const&) { // it stays
+        }
     }
 };
 

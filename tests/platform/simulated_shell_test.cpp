@@ -108,6 +108,7 @@ TEST(SimulatedShellTest, RefusesWhatTheBoxsCommandsWouldRefuse)
 
 TEST(SimulatedShellTest, LosesNoDescriptorWhenMemoryEnds)
 {
+    PLATFORM::renewBox();
     std::size_t const before = openDescriptors();
     std::FILE* stream = nullptr;
     int granted = 0;
