@@ -22,13 +22,18 @@
  *
  * Endings. Closing a connection wakes every thread inside its calls, whether it waits, is in the
  * middle of a message or cannot send because the peer does not read: each call returns
- * DTC_IO_DISCONNECTED with the text "Connection has been closed", and the closing waits until the
- * last has returned. That takes a millisecond, a tenth of a second for a send, and up to seconds
- * while a client is being admitted. Unloading the library, and the end of the process by exit or by
- * return from main, close what is still open in the same way, and wait for a DTC_IO_Open that is
- * connecting. A thread that calls again while the process comes to its end gets
- * DTC_IO_DISCONNECTED; a call that begins when its connection is closed, or the library unloaded,
- * is undefined behaviour. A thread must not be cancelled (pthread_cancel) inside a call.
+ * DTC_IO_DISCONNECTED with the text "Connection has been closed", or what it has come to just then,
+ * and the closing waits until the last has returned. That takes a millisecond, a tenth of a second
+ * for a send, and up to seconds while a client is being admitted. A loop that goes on after
+ * DTC_IO_DISCONNECTED needs a sign of its own that it is to end, given before the closing: a call
+ * that begins when its connection is closed is undefined behaviour.
+ *
+ * The end of the process, by exit or by return from main, and unloading the library end all calls
+ * in this way, once a DTC_IO_Create or DTC_IO_Open under way has returned. While the process comes
+ * to its end a thread that calls again gets DTC_IO_DISCONNECTED or DTC_IO_NO_CONNECTION. Before
+ * unloading, let the threads come out of the library for good: its code goes away. When a signal
+ * handler that has interrupted a call runs exit, the connections are left to the system. A thread
+ * must not be cancelled inside a call (pthread_cancel), nor leave it by longjmp.
  *
  * Messages and buffers. A message is 1 to 0xFFFFFFFF bytes of any content, and a 32-bit tag that
  * the receiver gets unchanged. Buffers are declared as pointers to unsigned int but hold bytes and
@@ -39,10 +44,9 @@
  * time-out covers the wait for the beginning of a message. Once a message has begun to arrive,
  * receiving it takes as long as its sender takes, and sending takes as long as the peer takes to
  * receive: both block without limit, however long a peer that is alive does not read. A server's
- * wait starts anew, with the full time-out, whenever
- * a client has connected. A signal handler that runs during the wait ends it early: DTC_IO_TIMEOUT,
- * or DTC_IO_DISCONNECTED when there is no client, from a server; DTC_IO_FAILED from a client. It
- * never tears a message apart.
+ * wait starts anew, with the full time-out, whenever a client has connected. A signal handler that
+ * runs during the wait ends it early: DTC_IO_TIMEOUT, or DTC_IO_DISCONNECTED when there is no
+ * client, from a server; DTC_IO_FAILED from a client. It never tears a message apart.
  *
  * Threads. DTC_IO_Create, DTC_IO_Open and DTC_IO_Close must not run at the same time as each other.
  * Different connections may be used by different threads at once. On one server connection any
@@ -82,7 +86,7 @@ enum {
     DTC_IO_INVALID = -2, /**< invalid argument; message larger than the buffer; internal error */
     DTC_IO_FAILED = -6,  /**< socket failure, or a malformed message header */
     DTC_IO_TIMEOUT = -8, /**< nothing to receive within the time given */
-    DTC_IO_DISCONNECTED = -9 /**< the peer has gone, or a server has no client */
+    DTC_IO_DISCONNECTED = -9 /**< the peer has gone, a server has no client, or the end came */
 };
 
 static const unsigned int DTC_IO_NO_TIME_LIMIT = 0xFFFFFFFFu;
@@ -133,10 +137,9 @@ DTC_IO_STATUS DTC_IO_Open(const char* address, const char* service, void** conne
 
 /**
  * Closes the connection and gives up its handle; "Endings" above tells what becomes of the threads
- * that are inside its calls. What a client has
- * sent still arrives, unless it leaves replies unread. A server resets its clients, and what they
- * have not received yet is lost. A handle that the library does not hold, null included, is
- * ignored.
+ * that are inside its calls. What a client has sent still arrives, unless it leaves replies unread.
+ * A server resets its clients, and what they have not received yet is lost. A handle that the
+ * library does not hold, null included, is ignored.
  */
 void DTC_IO_Close(void* connection);
 

@@ -194,6 +194,12 @@ void skylark_IOAdapter::end_calls()
         connection->end_calls();
 }
 
+void skylark_IOAdapter::abandon_connections()
+{
+    for (auto& connection : m_connections)
+        static_cast<void>(connection.release());
+}
+
 void skylark_IOAdapter::add_connection(skylark_Connection* connection)
 {
     if (connection == nullptr)

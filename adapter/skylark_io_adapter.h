@@ -37,6 +37,9 @@ public:
     /// Wakes the threads inside every connection's calls and waits until the last one has left.
     void end_calls();
 
+    /// Leaves all connections as they are, for ever.
+    void abandon_connections();
+
     /// Takes ownership; null is ignored.
     void add_connection(skylark_Connection* connection);
     void remove_connection(skylark_Connection* connection);

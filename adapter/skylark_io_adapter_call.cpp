@@ -22,6 +22,12 @@ bool Call::isUnderWay()
     });
 }
 
+bool Call::isInterrupted()
+{
+    return std::any_of(std::begin(s_places), std::end(s_places),
+                       [](Place const& place) { return place.thread.load() == pthread_self(); });
+}
+
 void Call::forgetOtherThreads()
 {
     for (Place& place : s_places) {

@@ -17,17 +17,19 @@ namespace KORVA::DTC {
 class [[nodiscard]] Call
 {
 public:
-    explicit Call(void const* object) : m_place(take(object)) {}
+    explicit Call(void const* object) : m_place(hasEnded() ? nullptr : &take(object)) {}
     ~Call()
     {
-        m_place.thread.store(0, std::memory_order_relaxed);
-        m_place.object.store(nullptr, std::memory_order_release);
+        if (m_place == nullptr)
+            return;
+        m_place->thread.store(0, std::memory_order_relaxed);
+        m_place->object.store(nullptr, std::memory_order_release);
     }
     Call(Call const&) = delete;
     Call& operator=(Call const&) = delete;
 
     /// False once the library has come to its end: there is nothing to work on any more.
-    bool mayBegin() const { return !s_ended.load(); }
+    bool mayBegin() const { return m_place != nullptr && !hasEnded(); }
 
     /// Lets no call begin any more.
     static void end() { s_ended = true; }
@@ -36,8 +38,9 @@ public:
     /// Whether another thread's call works on the object. One of the calling thread's own does not
     /// count: it could not be waited for.
     static bool isUnderWay(void const* object);
-    /// Whether another thread is in any call.
+    /// Whether another thread is in any call, and whether the calling thread itself is.
     static bool isUnderWay();
+    static bool isInterrupted();
 
     /// In a child process: the calls of threads that it does not have are none.
     static void forgetOtherThreads();
@@ -69,7 +72,7 @@ private:
     static Place s_places[placeCount];
     static std::atomic<bool> s_ended;
 
-    Place& m_place;
+    Place* m_place;
 };
 
 } // namespace KORVA::DTC

@@ -63,10 +63,13 @@ unsigned int skylark_Connection::transfer_whole(uSocket& socket, unsigned int le
     for (unsigned int done = 0; result == uSocket::Success && done < length;) {
         unsigned int count = 0;
         result = transfer(done, &count);
-        if (result == uSocket::Success)
-            done += count;
-        else
+        if (result != uSocket::Success) {
             result = after_failure(socket, result, watch);
+            continue;
+        }
+        done += count;
+        if (done < length && is_closing())
+            return uSocket::ConnectionLost;
     }
     return result;
 }
@@ -87,12 +90,12 @@ unsigned int skylark_Connection::read_whole(uSocket& socket, unsigned char* byte
     });
 }
 
-/// A transfer that only woke up because it has been waiting for its peer goes on, unless there is
-/// nothing to wait for.
+/// A transfer that only woke up, because it has been waiting for its peer or a signal came, goes on
+/// unless there is nothing to wait for.
 unsigned int skylark_Connection::after_failure(uSocket const& socket, unsigned int result,
                                                PeerWatch& watch)
 {
-    if (result != uSocket::Failed || errno != EAGAIN)
+    if (result != uSocket::Failed || (errno != EAGAIN && errno != EINTR))
         return result;
     bool const isOver = is_closing() || watch.findsGone(socket.GetDescriptor(), PeerWatch::nowMs());
     return isOver ? uSocket::ConnectionLost : uSocket::Success;

@@ -38,6 +38,12 @@ public:
     ~Ending()
     {
         Call::end();
+        if (Call::isInterrupted()) {
+            // A signal handler calls exit: what the call under it holds is never given up, and
+            // others may wait for that. The system closes the connections.
+            g_adapter.abandon_connections();
+            return;
+        }
         bool const wakesThreads = Call::isUnderWay();
         while (Call::isUnderWay(&g_adapter))
             std::this_thread::sleep_for(std::chrono::milliseconds(1));

@@ -8,8 +8,8 @@
 namespace KORVA::DTC {
 namespace {
 
-/// Whether the system has repeated itself since the peer was last heard, and it was not heard for
-/// an interval. A single repetition may have been lost: that counts as silence, but ends nothing.
+/// Whether the peer, which was not heard for an interval, has left what the system repeats
+/// unanswered. A single repetition may have been lost on the way.
 enum class Answer { Heard, Late, Missing };
 
 Answer answerOf(int socket)
@@ -40,9 +40,17 @@ bool PeerWatch::findsGone(int socket, std::uint64_t nowMs)
     if (nowMs - m_lookedMs < intervalMs)
         return false;
     m_lookedMs = nowMs;
-    Answer const answer = answerOf(socket);
-    m_silentLooks = answer == Answer::Heard ? 0 : m_silentLooks + 1;
-    return m_silentLooks >= enough && answer == Answer::Missing;
+    switch (answerOf(socket)) {
+    case Answer::Heard:
+        m_silentLooks = 0;
+        break;
+    case Answer::Late:
+        break;
+    case Answer::Missing:
+        ++m_silentLooks;
+        break;
+    }
+    return m_silentLooks >= enough;
 }
 
 } // namespace KORVA::DTC

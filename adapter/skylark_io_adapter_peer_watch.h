@@ -13,7 +13,7 @@ public:
     /// How often a watch needs to look.
     static constexpr unsigned int intervalMs = 5000;
 
-    /// Milliseconds, at no cost, good to some of them.
+    /// A monotonic clock that is cheap and some milliseconds coarse.
     static std::uint64_t nowMs();
 
     /// To be asked every now and then about the same connected socket; it looks when the interval

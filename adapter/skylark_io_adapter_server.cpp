@@ -18,9 +18,10 @@ skylark_Server::skylark_Server(uSocket* socket, unsigned int param)
     m_waker.hangBell();
 }
 
+/// No thread is inside any more. The lock stays as it is: in a child process a thread that the
+/// child does not have can hold it.
 skylark_Server::~skylark_Server()
 {
-    uMutexGuard const guard(m_lock);
     for (clientPtr& client : m_clients) {
         if (client.socket == nullptr)
             continue;
@@ -122,8 +123,6 @@ skylark_Server::WaitResult skylark_Server::wait_for_ready_client(unsigned int ti
     ServerWait wait(timeout);
     int const listening = m_socket->GetDescriptor();
     for (;;) {
-        if (is_closing())
-            return {};
         std::uint64_t const nowMs = PeerWatch::nowMs();
         if (nowMs - m_lookedMs >= PeerWatch::intervalMs)
             look_after_clients(nowMs);
@@ -144,6 +143,8 @@ skylark_Server::WaitResult skylark_Server::wait_for_ready_client(unsigned int ti
         int const error = readable == -1 ? errno : 0;
         guard.Acquire();
 
+        if (is_closing())
+            return {};
         if (readable == -1) {
             if (error == EBADF && m_epoch != epoch)
                 continue; // another thread removed a client that is in the set

@@ -2,9 +2,11 @@
 
 #include "util/descriptor.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <fcntl.h>
+#include <iterator>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
@@ -35,7 +37,7 @@ private:
     int m_descriptor;
 };
 
-/// errno when it is none says so.
+/// Sets errno when the descriptor is none, or not a regular file's, or the file has more names.
 bool isRegular(int descriptor, nlink_t mostNames)
 {
     struct stat status
@@ -141,7 +143,10 @@ bool replaceRegularFile(std::string const& path, std::string const& text)
         return false;
     if (replaceByNewFile(path, text))
         return true;
-    return (errno == ENOSPC || errno == EDQUOT) && overwrite(path, text);
+    constexpr int noSecondFile[] = {ENOSPC, EDQUOT, EACCES, EPERM, EBUSY};
+    bool const mayOverwrite = std::find(std::begin(noSecondFile), std::end(noSecondFile), errno) !=
+                              std::end(noSecondFile);
+    return mayOverwrite && overwrite(path, text);
 }
 
 } // namespace KORVA

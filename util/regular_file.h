@@ -15,10 +15,10 @@ FileStream openRegularFile(std::string const& path);
 /// beside it, with the permissions that fopen(3) would give it, which then takes its name. Whoever
 /// has the old one open keeps that, and another name of it keeps the old content.
 ///
-/// Where the disk has no room for a second file, the text is written over the old one in place,
-/// unless that has another name: then who reads meanwhile, or a crash, can meet the new text with
-/// more lines, the rest of a longer old text, behind it. False when the name belongs to anything
-/// but a regular file, or not all of the text could be written.
+/// Where no second file can be made (no room on the disk, no permission in the directory), the text
+/// is written over the old one in place, unless that has another name: then who reads meanwhile, or
+/// a crash, can meet the new text with more lines, the rest of a longer old text, behind it. False
+/// when the name belongs to anything but a regular file, or not all of the text could be written.
 [[nodiscard]] bool replaceRegularFile(std::string const& path, std::string const& text);
 
 } // namespace KORVA

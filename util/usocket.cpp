@@ -183,8 +183,7 @@ unsigned int uSocket::ReadData(unsigned char* buffer, unsigned int length, unsig
         m_lastError = "Data buffer is NULL";
         return InvalidArgument;
     }
-    ssize_t const received =
-        uninterrupted([&] { return recv(m_descriptor, buffer + offset, length, 0); });
+    ssize_t const received = recv(m_descriptor, buffer + offset, length, 0);
     *count = static_cast<unsigned int>(received);
     if (received > 0)
         return Success;
@@ -201,8 +200,7 @@ unsigned int uSocket::WriteData(unsigned char const* buffer, unsigned int length
         m_lastError = "Data buffer is NULL";
         return InvalidArgument;
     }
-    ssize_t const sent =
-        uninterrupted([&] { return send(m_descriptor, buffer + offset, length, 0); });
+    ssize_t const sent = send(m_descriptor, buffer + offset, length, 0);
     *count = static_cast<unsigned int>(sent);
     if (sent > 0)
         return Success;

@@ -5,8 +5,8 @@
 /// not be null, where nothing else is said. One thread at a time may use a socket. Descriptors are
 /// close-on-exec, and one too large for an fd_set is refused as if the process had run out of
 /// descriptors, so every socket in use can be given to select(2). A signal ends none of the
-/// operations. An object is made a server or a client once; a second attempt closes what the first
-/// one left.
+/// operations but ReadData and WriteData, which then have moved nothing: result 4, errno EINTR. An
+/// object is made a server or a client once; a second attempt closes what the first one left.
 ///
 /// SIGPIPE is not handled here: a process that has not ignored it ends when it writes to a peer
 /// that has gone.

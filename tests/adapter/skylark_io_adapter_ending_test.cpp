@@ -2,7 +2,9 @@
 #include "tests/support/child.h"
 #include "tests/support/library.h"
 #include "tests/support/raw_peer.h"
+#include "tests/support/signal_storm.h"
 
+#include <csignal>
 #include <functional>
 #include <future>
 #include <gmock/gmock.h>
@@ -43,6 +45,18 @@ public:
         peer.emplace(listener->accept());
     }
 
+    /// The peer reads what it is sent, so slowly that the system goes on taking a little.
+    void readSlowly()
+    {
+        m_reader = std::async(std::launch::async, [this] {
+            std::string bytes;
+            do {
+                std::this_thread::sleep_for(std::chrono::milliseconds(10));
+                bytes = peer->receive(40'000);
+            } while (!bytes.empty());
+        });
+    }
+
     DTC_IO_STATUS receive()
     {
         unsigned int tag = 0;
@@ -57,6 +71,9 @@ public:
 
     unsigned int sender = 0;
     std::vector<unsigned int> buffer = std::vector<unsigned int>(1U << 24);
+
+private:
+    std::future<void> m_reader;
 };
 
 using Act = DTC_IO_STATUS (Scene::*)();
@@ -102,6 +119,13 @@ constexpr State states[] = {
      [](Scene& s) {
          s.serve();
          s.admitPeer();
+     },
+     &Scene::send},
+    {"a server's client reads bit by bit",
+     [](Scene& s) {
+         s.serve();
+         s.admitPeer();
+         s.readSlowly();
      },
      &Scene::send},
     {"a server admits a client",
@@ -223,18 +247,64 @@ TEST(EndingTest, AProgramMayExitWhileItsThreadServes)
     }
 }
 
-// Threads that a child process does not have are in no call of it.
+// Threads that a child process does not have are in no call of it, and hold no lock.
 TEST(EndingTest, AChildMayExitWhileAThreadOfItsParentServes)
 {
     Library const library;
     Scene scene{library};
     scene.serve();
     scene.admitPeer();
-    Inside serving(scene, &Scene::receive);
-    EXPECT_EQ(Fork([] { std::exit(0); }).wait(), 0);
-    scene.peer->send(message("goes on", 1));
-    EXPECT_EQ(serving.status(), DTC_IO_SUCCESS);
+    std::string const bytes = message("goes on", 1);
+    for (std::size_t const sent : {std::size_t{0}, bytes.size() - 2}) {
+        scene.peer->send(bytes.substr(0, sent));
+        Inside serving(scene, &Scene::receive);
+        EXPECT_EQ(Fork([] { std::exit(0); }).wait(), 0);
+        scene.peer->send(bytes.substr(sent));
+        EXPECT_EQ(serving.status(), DTC_IO_SUCCESS);
+    }
     library.close(scene.connection);
+}
+
+// The handler interrupts the call that holds what another thread waits for.
+TEST(EndingTest, AProgramMayExitInASignalHandlerThatInterruptsACall)
+{
+    Fork program([] {
+        static Library const& library = *new Library;
+        static Scene& scene = *new Scene(library);
+        scene.serve();
+        scene.admitPeer();
+        scene.peer->send(header(9, 1) + "some");
+        std::signal(SIGALRM, [](int /*signal*/) { std::exit(0); });
+        pthread_t const self = pthread_self();
+        std::atomic<int> thread{static_cast<int>(getpid())};
+        std::thread([self, &thread] {
+            awaitSleep(thread);
+            Inside const waiting(scene, &Scene::send);
+            pthread_kill(self, SIGALRM);
+            pause();
+        }).detach();
+        scene.receive();
+    });
+    EXPECT_EQ(program.wait(), 0);
+}
+
+// Each signal starts a wait inside the system anew.
+TEST(EndingTest, SignalsDoNotKeepAConnectionOpen)
+{
+    Library const library;
+    Scene scene{library};
+    scene.serve();
+    scene.admitPeer();
+    std::thread closing([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        library.close(scene.connection);
+    });
+    {
+        SignalStorm const storm;
+        EXPECT_EQ(scene.send(), DTC_IO_DISCONNECTED);
+    }
+    closing.join();
+    EXPECT_STREQ(library.error(), closedText);
 }
 
 } // namespace
