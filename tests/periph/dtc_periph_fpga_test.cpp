@@ -40,8 +40,8 @@ TEST(FpgaTest, ReachesItsRegistersAtBothEndsOfBothRanges)
     other.map(0x06000000);
     EXPECT_EQ(fpga.read(0), 0x0211) << "nobody writes the revision";
     for (unsigned int const outside :
-         {0x0600FFFFU, 0x06010000U, 0x05FFFFFEU, 0x07000000U, 0x0800FFFFU, 0x08010000U, 0x0A000000U,
-          0x0E000000U, 0x10000U, 0xFFFFFFFFU}) {
+         {0x02000000U, 0x0600FFFFU, 0x06010000U, 0x05FFFFFEU, 0x07000000U, 0x0800FFFFU, 0x08010000U,
+          0x0A000000U, 0x0E000000U, 0x10000U, 0xFFFFFFFFU}) {
         EXPECT_THAT([&] { fpga.read(outside); },
                     ThrowsMessage<Exception>(EndsWith(" : operation failed : invalid address")));
         EXPECT_THROW(fpga.write(outside, 1), Exception);

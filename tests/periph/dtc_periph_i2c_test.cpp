@@ -4,6 +4,7 @@
 #include "periph/dtc_periph_i2c_c.h"
 #include "periph/dtc_periph_i2c_linux.h"
 #include "periph/dtc_periph_led.h"
+#include "periph/dtc_periph_pmx.h"
 #include "periph/dtc_periph_resets.h"
 #include "platform/simulated/faults.h"
 #include "tests/support/box_state.h"
@@ -62,11 +63,23 @@ TEST_F(I2cTest, SwitchesPinsByReadingChangingAndWriting)
     getI2CDtcReset().assertReset();
     EXPECT_EQ(moved(), "w1b: 03; r1b: ff; w1b: 03 7f; w1b: 01; r1b: ff; w1b: 01 7f; "
                        "w1b: 03; r1b: 7f; w1b: 03 ff; ");
-    auto const reset = std::chrono::steady_clock::now();
     getI2CFpgaReset().assertReset();
-    EXPECT_GE(std::chrono::steady_clock::now() - reset, std::chrono::milliseconds(50));
+    EXPECT_GE(std::filesystem::file_time_type::clock::now() -
+                  std::filesystem::last_write_time(PLATFORM::boxRoot() + "/log/transfers.log"),
+              std::chrono::milliseconds(50))
+        << "since the last transfer";
     EXPECT_EQ(moved(), "w1b: 01; r1b: 7f; w1b: 01 3f; w1b: 03; r1b: ff; w1b: 03 bf; "
                        "w1b: 01; r1b: 3f; w1b: 01 7f; w1b: 03; r1b: bf; w1b: 03 ff; ");
+}
+
+TEST_F(I2cTest, SaysThatItResetsTheBoxWhileItStillCan)
+{
+    auto const reset = [] {
+        dup2(STDERR_FILENO, STDOUT_FILENO);
+        getI2CDtcReset().assertReset();
+        _exit(0); // as a program ends that the reset ends
+    };
+    EXPECT_EXIT(reset(), ExitedWithCode(0), Eq("Reseting the DTC\n"));
 }
 
 TEST_F(I2cTest, WritesTheEepromInWholePages)
@@ -96,10 +109,12 @@ TEST_F(I2cTest, WritesTheEepromInWholePages)
 TEST_F(I2cTest, StopsASequenceAtTheTransferThatFails)
 {
     static unsigned char page[64];
-    void (*const sequences[])() = {[] { getI2CLed1().init(); }, [] { getI2CLed1().toggle(); },
+    void (*const sequences[])() = {[] { getI2CLed1().init(); },
+                                   [] { getI2CLed1().toggle(); },
                                    [] { getI2CFpgaReset().assertReset(); },
                                    [] { getI2CDtcReset().assertReset(); },
-                                   [] { getEEPROM().write(64, page, 64, true); }};
+                                   [] { getEEPROM().write(64, page, 64, true); },
+                                   [] { getEEPROM().read(64, page, 64); }};
     for (auto const& sequence : sequences) {
         newTransfers();
         sequence();
@@ -137,6 +152,12 @@ TEST_F(I2cTest, OpensTheNodesOnceAndClosesThemAll)
     for (int i = 0; i < 3; ++i)
         EXPECT_THAT([] { getI2C().init(); }, failsWith("I2C DEVICE OPEN FAILURE"));
     EXPECT_TRUE(isOpen("/dev/i2c/version") && isOpen("/dev/i2c/eeprom")) << "all the same";
+    EXPECT_EQ(I2C_close(1), 0);
+    EXPECT_EQ(openDescriptors(), before);
+    auto* const pins = static_cast<unsigned int*>(getPMX().get_base_address());
+    *pins = 0;
+    EXPECT_THROW(getEEPROM().init(), Exception);
+    EXPECT_EQ(*pins, 0x800U) << "the bus's pins are switched first";
     FAULTS::hideNode("/dev/i2c/eeprom");
     EXPECT_EQ(I2C_init(1), -1);
     EXPECT_EQ(I2C_init(1), 0) << "the node of the LEDs is open, so the bus counts as open";

@@ -99,6 +99,7 @@ TEST(LockTest, FailsWithATextThatNamesThePlaceAndTheReason)
                     testing::ThrowsMessage<Exception>(
                         testing::MatchesRegex("dtc_periph_lock.[0-9]+. : operation failed : "
                                               "null lock name")));
+    EXPECT_STREQ(Exception(nullptr, 7, AccessProtected, "").what(), "access protected : ");
     EXPECT_STREQ(Exception("f", 7, UnmapFailed, nullptr).what(),
                  "f(7) : unable to unmap virtual address");
     EXPECT_STREQ(Exception(nullptr, 7, InvalidCallSequence, "d").what(),
@@ -146,6 +147,22 @@ TEST(LockTest, WaitsWithoutWorkingForAHolderThatWasKilled)
     });
     I2C_LOCK lock;
     LockHold const hold(lock, 0, 1); // without limit
+}
+
+// A thread that has had to wait for another one of its process never meets that one's file.
+TEST(LockTest, LetsThreadsOfOneProcessInAtTheirFirstAttempt)
+{
+    auto const takeTurns = [] {
+        for (int i = 0; i < 2000; ++i) {
+            I2C_LOCK lock;
+            LockHold const hold(lock, 1, 1);
+        }
+    };
+    std::future<void> threads[] = {std::async(std::launch::async, takeTurns),
+                                   std::async(std::launch::async, takeTurns),
+                                   std::async(std::launch::async, takeTurns)};
+    for (std::future<void>& thread : threads)
+        EXPECT_NO_THROW(thread.get());
 }
 
 TEST(LockTest, LetsInOneOfTwoProcessesWithFourThreadsEach)
