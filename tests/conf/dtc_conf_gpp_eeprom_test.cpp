@@ -55,6 +55,7 @@ TEST_F(EepromImageTest, ReadsWhateverLiesThere)
         {std::string(16384, 'a'), {}},
         {std::string("dtcName=a=b\nfoo=1\n=v\n_state=x\n\0", 31),
          {{"dtcName", "a=b"}, {"_state", "x"}}},
+        {std::string("dtcName=a\nno pair\n_state=x\n\0", 28), {{"dtcName", "a"}}},
         {std::string("dtcName=a\n\xFF\xFE\0", 13), {{"dtcName", "a"}}},
         {"dtcName=" + std::string(16384, 'x'), {}}};
     for (auto const& [image, expected] : cases) {

@@ -98,8 +98,11 @@ TEST_F(FirmwareTest, WritesTheImagesToThePartitionsOfTheMode)
 TEST_F(FirmwareTest, CountsTheNamesInTheListing)
 {
     std::string const large(100'000, 'k');
+    std::vector<Member> many{{"uImage", large}}; // behind 3600 bytes of other names
+    while (many.size() < 40)
+        many.push_back({std::string(90, 'a') + std::to_string(many.size()), ""});
     std::tuple<std::string, unsigned int, std::string> const cases[] = {
-        {archiveOf({{"uImage", large}}), 1, "." + large + "..."},
+        {archiveOf(many), 1, "." + large + "..."},
         {archiveOf({{"rootfs.tar.gz", archiveOf({{"etc/greeting", "x"}})}}), 1,
          "x." + large + "..."},
         {archiveOf({{"readme", "x"}, {".uImage", "hidden"}}), 0, "x." + large + "..."},

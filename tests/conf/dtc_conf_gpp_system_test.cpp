@@ -83,10 +83,14 @@ TEST_F(SystemTest, ReadsTheClockAndHandsHostileValuesToDateAsOneWord)
     PLATFORM::FAULTS::refuseCommand(1);
     EXPECT_NE(failureOf([&] { readVarsFromSys(vars); }), "none");
     EXPECT_EQ(vars, (VariableList{{"time", "none"}, {"other", "1"}}));
-    for (char const* text : {"1970/01/01 00:00:05", "1969/12/31 23:59:59", ""}) {
-        setBoxFile("/bin/date", std::string("#!/bin/sh\necho '") + text + "'\n");
+    std::pair<std::string, char const*> const clocks[] = {
+        {"1970/01/01\t00:00:05\x01", "1970/01/01 00:00:05"},
+        {"1969/12/31 23:59:59", "none"},
+        {"", "none"}};
+    for (auto const& [text, clock] : clocks) {
+        setBoxFile("/bin/date", "#!/bin/sh\necho '" + text + "'\n");
         readVarsFromSys(vars);
-        EXPECT_EQ(vars[0].second, text == std::string("1970/01/01 00:00:05") ? text : "none");
+        EXPECT_EQ(vars[0].second, clock);
     }
     setBoxFile("/bin/date", "#!/bin/sh\nprintf '%s|' \"$#\" \"$@\" > \"$DTC_BOX/tmp/arguments\"\n");
     std::pair<char const*, char const*> const cases[] = {
@@ -97,6 +101,7 @@ TEST_F(SystemTest, ReadsTheClockAndHandsHostileValuesToDateAsOneWord)
         {"it's \"so\"", "2|-s|it's-\"so\"|"},
         {"a\nb", "2|-s|ab|"},
         {"-u", "2|-s|-u|"},
+        {"~", "2|-s|~|"},
         {"", "1|-s|"}}; // which date refuses
     for (auto const& [value, arguments] : cases) {
         writeVarsToSys({{"time", value}, {"other", "1"}, {"time", "none"}});

@@ -12,6 +12,7 @@
 using namespace KORVA::DTC;
 using namespace KORVA::DTC::CONF;
 using namespace testing_support;
+using namespace std::chrono_literals;
 using PLATFORM::FAULTS::Transfer;
 
 namespace {
@@ -21,12 +22,14 @@ constexpr char const* readFails = "peripheral access failed : unable to read EEP
 constexpr char const* pageFails = "operation failed : unable to write EEPROM : ";
 constexpr char const* recordFails = "operation failed : unable to write bootProgress : ";
 
-/// What lets a step fail, at its first to its last transfer or command; the failure; the effects.
+/// What lets a step fail, at its first to its last transfer or command; the failure; the effects;
+/// how long it waits at least.
 struct Step
 {
     std::function<void(unsigned int)> arm;
     unsigned int first, last;
     std::string failure, effects;
+    std::chrono::seconds wait{0};
 };
 
 constexpr auto command = PLATFORM::FAULTS::refuseCommand;
@@ -60,7 +63,9 @@ protected:
                 writeVarsToEeprom({{"dtcName", "before"}});
                 setError("before");
                 step.arm(n);
+                auto const start = std::chrono::steady_clock::now();
                 EXPECT_THAT(failureOf<std::exception>(work), testing::HasSubstr(step.failure));
+                EXPECT_GE(std::chrono::steady_clock::now() - start, step.wait);
                 PLATFORM::FAULTS::clear();
                 EXPECT_EQ(std::filesystem::remove(PLATFORM::boxRoot() + lockFile),
                           step.failure == lockFile)
@@ -101,7 +106,7 @@ TEST_F(BoxVarsFailureTest, ReadKeepsWhatItHadByThen)
         {{transfer, 1, 2, readFails, "dtcName time boardRev ipAddress serialNum _error "},
          {command, 1, 1, "system call failed : date '+",
           "time boardRev ipAddress serialNum _error "},
-         {lockTakenIn("date"), 1, 1, lockFile, "boardRev ipAddress serialNum _error "},
+         {lockTakenIn("date"), 1, 1, lockFile, "boardRev ipAddress serialNum _error ", 5s},
          {transfer, 3, 10, "none", "boardRev "},
          {command, 2, 2, "system call failed : ifconfig -a eth0", "ipAddress serialNum _error "},
          {[](auto) { setenv("ROVERKIT", "maybe", 1); }, 1, 1,
@@ -123,7 +128,7 @@ TEST_F(BoxVarsFailureTest, WriteStopsAtTheStepThatFails)
                  {"_control", "EnableInetd"}});
     };
     std::string const all = "image clock record error inetd ";
-    check({{[](auto) { setBoxFile(lockFile, ""); }, 1, 1, lockFile, ""},
+    check({{[](auto) { setBoxFile(lockFile, ""); }, 1, 1, lockFile, "", 5s},
            {transfer, 1, 2, readFails, ""},
            {command, 1, 1, "system call failed : date '+", ""},
            {transfer, 3, 3, "none", all}, // the board revision

@@ -82,6 +82,13 @@ TEST(SchemaTest, KnowsThirtyFourVariables)
     }
     EXPECT_EQ(row->defaultValue, nullptr);
     EXPECT_EQ(writable, "safeMode time _control ") << "but not stored";
+    std::string words; // which no row holds
+    for (char const* word :
+         {VALUE::Off, VALUE::local, NAME::standbyEnable, NAME::standbyMinutes, NAME::_rndisMode,
+          NAME::_rndisConfig, NAME::_fpgaNoReset, NAME::_fpgaForceLoad, NAME::_bootForce})
+        words += std::string(word) + " ";
+    EXPECT_EQ(words, "off local standbyEnable standbyMinutes _rndisMode _rndisConfig _fpgaNoReset "
+                     "_fpgaForceLoad _bootForce ");
 }
 
 TEST(VarsTest, FindsSetsAndMerges)
@@ -149,6 +156,7 @@ TEST(ChecksumTest, IsTheComplementOfTheCommonCrc)
         setBoxFile("/tmp/file", content);
         EXPECT_EQ(checksum((KORVA::DTC::PLATFORM::boxRoot() + "/tmp/file").c_str()), expected);
     }
+    EXPECT_EQ(failureOf([] { checksum(nullptr); }), "null parameter");
     EXPECT_EQ(failureOf([] { checksum("/nonexistent"); }),
               "invalid file : failed to open /nonexistent for computing checksum");
 }
