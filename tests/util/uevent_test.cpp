@@ -49,17 +49,44 @@ TEST(EventTest, OneSetReleasesEveryWaiterBlockedAtThatMoment)
     EXPECT_EQ(setsOfBestRound, 1);
 }
 
+// Whoever of the two comes first: a listener is not offered what has released a waiter.
+TEST(EventTest, OneSetIsSeenByAWaiterOrByAListener)
+{
+    uEvent event(false);
+    uEvent* events[] = {&event};
+    uEventListener listener(events, 1);
+    for (int round = 0; round < 10; ++round) {
+        std::atomic<int> seen{0};
+        std::thread waiter([&] { seen += event.Wait(forever) ? 1 : 0; });
+        std::thread listening([&] { seen += listener.Wait(forever) == 0 ? 1 : 0; });
+        for (int sets = 1; sets <= 2; ++sets) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(5)); // or they see it later
+            event.Set();
+            while (seen < sets)
+                std::this_thread::yield();
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+            EXPECT_EQ(seen, sets);
+        }
+        waiter.join();
+        listening.join();
+    }
+}
+
 TEST(EventTest, TimesOutNoEarlierThanAsked)
 {
     uEvent event(false);
     uEvent* events[] = {&event};
     uEventListener listener(events, 1);
-    for (unsigned int const limitMs : {1U, 1001U}) { // seconds and a carry
-        auto const start = std::chrono::steady_clock::now();
-        EXPECT_FALSE(event.Wait(limitMs));
-        EXPECT_EQ(listener.Wait(limitMs), -1);
-        EXPECT_GE(std::chrono::steady_clock::now() - start,
-                  std::chrono::milliseconds(2 * limitMs - 1));
+    for (unsigned int const limitMs : {2U, 1999U}) { // seconds, and nearly always a carry
+        auto const timesOut = [limitMs](auto wait) {
+            auto const start = std::chrono::steady_clock::now();
+            EXPECT_FALSE(wait());
+            EXPECT_GE(std::chrono::steady_clock::now() - start,
+                      std::chrono::milliseconds(limitMs - limitMs / 500 - 1)); // another clock
+        };
+        std::thread other(timesOut, [&] { return event.Wait(limitMs); });
+        timesOut([&] { return listener.Wait(limitMs) != -1; });
+        other.join();
     }
 }
 
@@ -81,6 +108,21 @@ TEST(EventListenerTest, ReportsTheFirstSetEventAndClearsAllThatAreSet)
     EXPECT_TRUE(a.IsSet());
     EXPECT_EQ(uEventListener(events, -1).Wait(0), -1);
     EXPECT_EQ(uEventListener(nullptr, 3).Wait(0), -1);
+}
+
+TEST(EventListenerTest, MayComeAndGoWhileItsEventIsSet)
+{
+    uEvent event(false);
+    uEvent* events[] = {&event};
+    std::atomic<bool> done{false};
+    std::thread setter([&] {
+        while (!done)
+            event.Set();
+    });
+    for (int i = 0; i < 1000; ++i)
+        EXPECT_EQ(uEventListener(events, 1).Wait(forever), 0);
+    done = true;
+    setter.join();
 }
 
 // Every Set must be seen once: the listener ends after exactly as many wake-ups as there were

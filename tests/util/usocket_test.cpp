@@ -1,5 +1,7 @@
+#include "tests/support/child.h"
 #include "tests/support/descriptors.h"
 #include "tests/support/signal_storm.h"
+#include "util/descriptor.h"
 #include "util/usocket.h"
 
 #include <gtest/gtest.h>
@@ -41,6 +43,11 @@ TEST_F(SocketTest, ReadsWhatIsThereAndReportsTheEnd)
         EXPECT_EQ(fcntl(socket->GetDescriptor(), F_GETFD), FD_CLOEXEC);
     }
     EXPECT_EQ(optionOf(client.GetDescriptor(), IPPROTO_TCP, TCP_SYNCNT), 3) << "ends in seconds";
+    EXPECT_EQ(accepted->GetLocalPort(), port);
+    tcp_info info{};
+    socklen_t size = sizeof info;
+    getsockopt(listening.GetDescriptor(), IPPROTO_TCP, TCP_INFO, &info, &size);
+    EXPECT_EQ(info.tcpi_sacked, 1U) << "of one that listens: its backlog";
     EXPECT_EQ(client.WriteData(bytes, 5, 3, &count), 0U);
     EXPECT_EQ(accepted->ReadData(bytes, 16, 0, &count), 0U);
     EXPECT_EQ(accepted->ReadData(nullptr, 16, 0, &count), 2U);
@@ -54,9 +61,14 @@ TEST_F(SocketTest, ReadsWhatIsThereAndReportsTheEnd)
     client.Close();
     EXPECT_EQ(accepted->ReadData(bytes, 16, 0, &count), 5U);
     EXPECT_EQ(count, 0U);
+    EXPECT_EQ(std::string(accepted->GetLastErrorText()).rfind("socket closed: read error: ", 0),
+              0U);
     EXPECT_EQ(client.ReadData(bytes, 16, 0, &count), 4U) << "closed: not a lost connection";
     EXPECT_EQ(count, 0xFFFFFFFFU) << "what the system call returned";
     ASSERT_EQ(client.ClientCreate("127.0.0.1", port), 0U);
+    std::size_t const descriptors = openDescriptors();
+    ASSERT_EQ(client.ClientCreate("127.0.0.1", port), 0U);
+    EXPECT_EQ(openDescriptors(), descriptors) << "the first one is closed";
     accepted->Close();
     listening.Close();
     EXPECT_EQ(client.ReadData(bytes, 1, 0, &count), 5U) << "reset, though never accepted";
@@ -68,8 +80,11 @@ TEST_F(SocketTest, SaysWhyItFailed)
     EXPECT_EQ(client.AcceptClient(), nullptr);
     EXPECT_STREQ(client.GetLastErrorText(), "AcceptClient() is only valid on server socket");
     EXPECT_EQ(uSocket().ClientCreate("localhost", port), 4U) << "no name is looked up";
-    std::pair<int, char const*> const texts[] = {{EINVAL, "p: Invalid parameter (EIVAL)"},
-                                                 {EACCES, "p: Unknown Socket Error (0xd)"}};
+    std::pair<int, char const*> const texts[] = {
+        {EINVAL, "p: Invalid parameter (EIVAL)"},
+        {ENOTSOCK, "p: Socket operation on non-socket(ENOTSOCK)"},
+        {EPIPE, "p: Broken pipe (EPIPE)"},
+        {EACCES, "p: Unknown Socket Error (0xd)"}};
     for (auto const& [error, text] : texts) {
         errno = error;
         EXPECT_EQ(client.getLastSockErr("p"), static_cast<unsigned int>(error));
@@ -95,6 +110,28 @@ TEST_F(SocketTest, ConnectsWhateverSignalsCome)
     uSocket late;
     EXPECT_EQ(late.ClientCreate("127.0.0.1", port), 0U) << late.GetLastErrorText();
     accepter.join();
+    std::thread connecter([&, handled = SignalStorm::handled()] {
+        while (SignalStorm::handled() < handled + 20)
+            std::this_thread::yield();
+        EXPECT_EQ(peer.ClientCreate("127.0.0.1", port), 0U);
+    });
+    ends[0].reset(listening.AcceptClient());
+    EXPECT_NE(ends[0], nullptr) << listening.GetLastErrorText();
+    connecter.join();
+}
+
+TEST(DescriptorTest, StaysOffTheNumbersOfTheStandardStreams)
+{
+    for (int const stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        Fork child([stream] {
+            close(stream);
+            int const moved = KORVA::aboveStandardStreams(open("/dev/null", O_RDONLY | O_CLOEXEC));
+            EXPECT_GT(moved, STDERR_FILENO);
+            EXPECT_EQ(fcntl(moved, F_GETFD), FD_CLOEXEC);
+            EXPECT_EQ(fcntl(stream, F_GETFD), -1) << "still closed";
+        });
+        EXPECT_EQ(child.wait(), 0);
+    }
 }
 
 } // namespace

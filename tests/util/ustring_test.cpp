@@ -2,9 +2,11 @@
 #include "util/uengineering_units.h"
 #include "util/ustring.h"
 
+#include <cmath>
 #include <functional>
 #include <gmock/gmock.h>
 #include <limits>
+#include <locale>
 
 using KORVA::uString;
 
@@ -67,6 +69,12 @@ TEST(StringTest, FormatsNumbersAndScalesThem)
     for (auto const& [value, symbol, text] : cases)
         EXPECT_EQ(uString::FromDoubleInEngrUnits(out = "", value, "%.6g", symbol), text);
     EXPECT_EQ(KORVA::uEngineeringUnits::yobi, KORVA::uEngineeringUnits::zebi * 1024);
+    out.clear();
+    for (int exponent = 24; exponent >= -24; exponent -= 3)
+        for (bool const symbol : {true, false})
+            uString::FromDoubleInEngrUnits(out, 2 * std::pow(10, exponent), "%.0f", symbol);
+    EXPECT_EQ(out, "2Y2yotta2Z2zetta2E2exa2P2peta2T2tera2G2giga2M2mega2k2kilo222m2milli2u2micro"
+                   "2n2nano2p2pico2f2femto2a2atto2z2zepto2y2yocto");
 }
 
 TEST(BuildInfoTest, ReadsAsHostToolsParseIt)
@@ -91,6 +99,13 @@ TEST(StringTest, ReadsNumbers)
     EXPECT_EQ(uString::ToInt64("99999999999999999999"), std::numeric_limits<long long>::max());
     EXPECT_EQ(uString::ToLong("-99999999999999999999"), std::numeric_limits<long>::min());
     EXPECT_EQ(uString::ToDouble("1e999"), std::numeric_limits<double>::max());
+    struct Comma : std::numpunct<char>
+    {
+        char do_decimal_point() const override { return ','; }
+    };
+    std::locale const before = std::locale::global(std::locale(std::locale(), new Comma));
+    EXPECT_EQ(uString::ToDouble("2.5"), 2.5) << "whatever the locale";
+    std::locale::global(before);
 }
 
 TEST(StringTest, ReadsOnlyTheSixWordsAsBooleansAndSaysWhatWasMisused)

@@ -47,6 +47,13 @@ TEST(ThreadTest, RunsAgainAndAgainAndReportsItsEnd)
     EXPECT_FALSE(thread.WaitUntilFinished(forever)) << "ended already";
 }
 
+TEST(ThreadTest, SleepsAtLeastAsLongAsAsked)
+{
+    auto const start = std::chrono::steady_clock::now();
+    uThread::Sleep(1001);
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(1001));
+}
+
 TEST(ThreadTest, MayBeStartedAgainOrDestroyedAsSoonAsItHasEnded)
 {
     for (int i = 0; i < 200; ++i) {
