@@ -162,7 +162,11 @@ TEST(ErrorTextTest, CanBeCopiedWhileOtherThreadsFail)
     std::thread other(fail, '2');
     fail('1');
     other.join();
-    std::string const text = last.c_str();
+    char const* const held = last.c_str();
+    std::string const text = held;
+    for (int failures = 0; failures < 4; ++failures)
+        last.set("later");
+    EXPECT_EQ(text, held) << "it outlives the next few";
     EXPECT_EQ(text, std::string(text[0] == '1' ? 40 : 600, text[0]));
 }
 

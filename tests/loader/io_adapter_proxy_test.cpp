@@ -32,6 +32,7 @@ TEST_F(ProxyTest, SaysWhatALibraryLacks)
 
     IOAdapterLibraryInterface table;
     IOAdapterProxy_Connection connection(&table, table);
+    EXPECT_STREQ(table.get_error(), "DTC_Get_Error() not found");
     auto* state = reinterpret_cast<DTC_IO_LOADERIF*>(&word);
     auto const ofProxy = [&] { return proxy.get_error(); };
     auto const ofConnection = [&] { return connection.get_error(); };
@@ -139,6 +140,43 @@ TEST_F(ProxyTest, ClosesEachHandleOnceAndThenUnloads)
     owner.reset();
     EXPECT_EQ(takeLog(), "one close 1\none close 4\none close 5\none unloaded\n");
     EXPECT_FALSE(isLoaded("one"));
+}
+
+IOAdapterProxy* owner = nullptr;
+IOAdapter_Connection* others[2];
+
+TEST_F(ProxyTest, MayBeCalledBackWhileItCloses)
+{
+    ASSERT_TRUE(proxy.Load(ADAPTERS "one_io.so"));
+    KORVA::uDll library(ADAPTERS "one_io.so", -1);
+    ASSERT_TRUE(library.Load(nullptr, -1));
+    auto* const hook = static_cast<void (**)()>(library.GetSymbolAddress("whenClosed"));
+    owner = &proxy;
+    auto* const first = others[0] = proxy.open("", "s");
+    others[1] = proxy.open("", "null");
+    proxy.open("", "s");
+    EXPECT_NE(others[1], nullptr) << "the status alone tells";
+    takeLog();
+    *hook = [] {
+        for (auto*& other : others)
+            owner->close(std::exchange(other, nullptr));
+    };
+    proxy.close(first);
+    *hook = nullptr;
+    EXPECT_EQ(takeLog(), "one close 1\none close 0\n");
+}
+
+TEST_F(ProxyTest, ALibraryIsNotBegunAnewAndGoesWithItsLastUser)
+{
+    {
+        KORVA::uDll library(ADAPTERS "one_io.so", -1);
+        EXPECT_EQ(library.GetMode(), RTLD_LAZY);
+        ASSERT_TRUE(library.Load(nullptr, -1));
+        EXPECT_EQ(dlsym(RTLD_DEFAULT, "DTC_IO_Send"), nullptr) << "its names are for it alone";
+        EXPECT_TRUE(library.InternalLoad(ADAPTERS "one_io.so", -1));
+        EXPECT_EQ(takeLog(), "");
+    }
+    EXPECT_EQ(takeLog(), "one unloaded\n");
 }
 
 // This program holds and lets out a copy of everything that skylark_io.so lets out.
