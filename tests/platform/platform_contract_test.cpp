@@ -1,6 +1,7 @@
 // What holds for both platforms. It touches only files that it makes itself, and runs only harmless
 // commands.
 #include "platform/platform.h"
+#include "tests/support/child.h"
 
 #include <cstring>
 #include <fcntl.h>
@@ -45,6 +46,11 @@ TEST_F(PlatformContractTest, OpensCloseOnExecAndTellsWhatIsMissing)
     EXPECT_EQ(fcntl(descriptor, F_GETFD), FD_CLOEXEC);
     expectFailure(PLATFORM::bindDevice(descriptor, 0x50), ENOTTY);
     EXPECT_EQ(PLATFORM::closeDevice(descriptor), 0);
+    testing_support::Fork child([&file] {
+        close(STDIN_FILENO);
+        EXPECT_GT(PLATFORM::openDevice(file.c_str(), O_RDWR), STDERR_FILENO);
+    });
+    EXPECT_EQ(child.wait(), 0);
     unsigned char byte = 0;
     expectFailure(PLATFORM::readDevice(descriptor, &byte, 1), EBADF);
     expectFailure(PLATFORM::writeDevice(-1, &byte, 1), EBADF);

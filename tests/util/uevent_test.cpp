@@ -153,6 +153,31 @@ TEST(EventListenerTest, LosesNoWakeUp)
     EXPECT_GT(atLastPlace, 0);
 }
 
+TEST(EventListenerTest, SeesASignalThatComesAtAnyStepOfItsWait)
+{
+    constexpr int rounds = 20'000;
+    uEvent event(false);
+    uEvent* events[] = {&event};
+    uEventListener listener(events, 1);
+    std::atomic<int> begun{0};
+    std::thread server([&] {
+        for (int i = 1; i <= rounds; ++i) {
+            begun = i;
+            ASSERT_EQ(listener.Wait(30'000), 0) << "signal " << i << " was lost";
+        }
+    });
+    for (int i = 1; i <= rounds && !HasFailure(); ++i) {
+        for (int looks = 0; begun < i && !HasFailure(); ++looks) {
+            if (looks > 1000) // on a busy machine
+                std::this_thread::yield();
+        }
+        for (int volatile pause = i % 500; pause > 0;)
+            pause = pause - 1;
+        event.Set();
+    }
+    server.join();
+}
+
 // Both events are set while the listener waits: it may report one of them only, and the other one
 // must stay set for its next wait.
 TEST(EventListenerTest, TakesOneOfTwoEventsThatWakeIt)
