@@ -60,17 +60,18 @@ public:
     DTC_IO_STATUS receive()
     {
         unsigned int tag = 0;
-        return library.receive(connection, &sender, &tag, buffer.data(), 1024, nullptr,
+        return library.receive(connection, &sender, &tag, received, sizeof received, nullptr,
                                DTC_IO_NO_TIME_LIMIT);
     }
     DTC_IO_STATUS ready() { return library.receiveReady(connection, DTC_IO_NO_TIME_LIMIT); }
     DTC_IO_STATUS send()
     {
-        return library.send(connection, sender, 1, buffer.data(), 4U << 24, nullptr);
+        static std::vector<unsigned int> much(1U << 24); // more than any socket takes in
+        return library.send(connection, sender, 1, much.data(), 4U << 24, nullptr);
     }
 
     unsigned int sender = 0;
-    std::vector<unsigned int> buffer = std::vector<unsigned int>(1U << 24);
+    unsigned int received[256] = {};
 
 private:
     std::future<void> m_reader;
