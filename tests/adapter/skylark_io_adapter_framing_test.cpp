@@ -95,6 +95,27 @@ TEST_F(ServerTest, ReportsAPeerThatLeavesWhereverItStands)
     }
 }
 
+struct WithoutConnection : TestServer
+{
+    DTC_IO_STATUS readHeader() { return receive_sock(&socket, &word, &word, 4, &word); }
+    DTC_IO_STATUS write() { return send_sock(&socket, 1, &word, 4, &word); }
+
+    KORVA::uSocket socket;
+    unsigned int word = 0;
+};
+
+TEST(FramingFailureTest, IsPrintedButForAHeaderThatDoesNotCome)
+{
+    WithoutConnection server;
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(server.readHeader(), DTC_IO_FAILED);
+    EXPECT_EQ(server.write(), DTC_IO_FAILED);
+    EXPECT_THAT(
+        testing::internal::GetCapturedStdout(),
+        testing::MatchesRegex("skylark_io_adapter_framing.cpp.[0-9]+. WriteData.. returned "
+                              "error.4.: socket write error: Unknown Socket Error .0x9.\n"));
+}
+
 // Messages trickle in and out of a full pipe while signals rain on the thread. A signal may end a
 // wait early, but once a message has begun it must come through whole.
 TEST_F(FramingTest, StaysInStepWhenMessagesTrickleAndSignalsInterrupt)

@@ -80,8 +80,10 @@ TEST_F(ServerTest, TellsATimeOutFromHavingNoClientAndClearsOneThatASendFoundGone
     EXPECT_EQ(receive(1).status, DTC_IO_TIMEOUT);
     EXPECT_STREQ(server.get_error(), "") << "a server's waits set no text";
     peers.front().reset();
-    while (sendTo(server, id, 1, "x") == DTC_IO_SUCCESS) {
-    }
+    unsigned int sent = 99;
+    while (sendTo(server, id, 1, "x", &sent) == DTC_IO_SUCCESS)
+        sent = 99;
+    EXPECT_EQ(sent, 99U);
     EXPECT_STREQ(server.get_error(), "Client has disconnected");
     EXPECT_EQ(sendTo(server, id, 1, "x"), DTC_IO_DISCONNECTED);
     EXPECT_THAT(server.events, ElementsAre("127.0.0.1"));

@@ -3,6 +3,7 @@
 #include "adapter/dtc_io.h"
 #include "adapter/skylark_io_adapter_connection.h"
 #include "tests/support/descriptors.h"
+#include "tests/support/signal_storm.h"
 
 #include <csignal>
 #include <gtest/gtest.h>
@@ -94,8 +95,13 @@ TEST_F(AdapterTest, HandsOutConnectionsOrTheReasonForNone)
     ASSERT_EQ(DTC_IO_Open("x:2130706433", "dtc_io", &client), DTC_IO_SUCCESS);
     EXPECT_EQ(DTC_IO_Receive_Ready(client, 0), DTC_IO_TIMEOUT);
     EXPECT_STREQ(DTC_Get_Error(), "Select() timed out");
+    {
+        SignalStorm const storm;
+        EXPECT_EQ(DTC_IO_Receive_Ready(client, 20'000), DTC_IO_FAILED);
+        EXPECT_EQ(DTC_IO_Local_Id(client, nullptr), DTC_IO_INVALID) << "and sets no text";
+        EXPECT_STREQ(DTC_Get_Error(), "Select() returned (-1)");
+    }
     EXPECT_EQ(DTC_IO_Receive(client, nullptr, &port, &port, 4, &port, 0), DTC_IO_INVALID);
-    EXPECT_EQ(DTC_IO_Local_Id(client, nullptr), DTC_IO_INVALID);
     auto* state = static_cast<DTC_IO_LOADERIF*>(client);
     EXPECT_EQ(DTC_IO_Get_State(client, &state), DTC_IO_SUCCESS);
     EXPECT_EQ(state, nullptr);

@@ -6,6 +6,7 @@
 #include "util/build_info.h"
 
 #include <algorithm>
+#include <unistd.h>
 
 using namespace KORVA::DTC::CONF;
 using namespace testing_support;
@@ -49,6 +50,13 @@ TEST(ConfStatusTest, KeepsAnErrorTextAndALogSwitch)
     logDisable();
     EXPECT_TRUE(isLogEnabled()) << "the environment wins";
     unsetenv("DTC_CONF_LOGGING");
+    auto const logAndEnd = [] {
+        dup2(STDERR_FILENO, STDOUT_FILENO);
+        logEnable();
+        logLine("seen");
+        _exit(0);
+    };
+    EXPECT_EXIT(logAndEnd(), testing::ExitedWithCode(0), testing::Eq("seen\n")) << "at once";
 }
 
 VariableList const madeByAStaticConstructor = [] {

@@ -58,8 +58,10 @@ TEST_F(SocketTest, ReadsWhatIsThereAndReportsTheEnd)
     EXPECT_EQ(client.WriteData(bytes, 7, 0, &count), 0U);
     EXPECT_EQ(accepted->GetReadDataAvailable(), 7U);
     EXPECT_EQ(accepted->ReadData(bytes, 64, 0, &count), 0U);
+    int const inherited = dup(client.GetDescriptor()); // as by a process that was forked
     client.Close();
     EXPECT_EQ(accepted->ReadData(bytes, 16, 0, &count), 5U);
+    close(inherited);
     EXPECT_EQ(count, 0U);
     EXPECT_EQ(std::string(accepted->GetLastErrorText()).rfind("socket closed: read error: ", 0),
               0U);
@@ -72,6 +74,8 @@ TEST_F(SocketTest, ReadsWhatIsThereAndReportsTheEnd)
     accepted->Close();
     listening.Close();
     EXPECT_EQ(client.ReadData(bytes, 1, 0, &count), 5U) << "reset, though never accepted";
+    std::signal(SIGPIPE, SIG_IGN);
+    EXPECT_EQ(client.WriteData(bytes, 1, 0, &count), 5U) << "a broken pipe";
     EXPECT_EQ(listening.ServerCreate(port), 0U) << listening.GetLastErrorText();
 }
 

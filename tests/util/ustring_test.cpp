@@ -15,7 +15,10 @@ namespace {
 TEST(StringTest, ReplacesAndStrips)
 {
     std::tuple<std::string, char const*, char const*, char const*> const cases[] = {
-        {"a\r\r\nb", "\r", "", "a\nb"}, {"abab", "ab", "b", "bb"}, {"abc", "", "x", "abc"}};
+        {"a\r\r\nb", "\r", "", "a\nb"},
+        {"abab", "ab", "b", "bb"},
+        {"aabb", "ab", "", "ab"},
+        {"abc", "", "x", "abc"}};
     for (auto [text, from, to, result] : cases)
         EXPECT_EQ(uString::Replace(text, from, to), result);
     std::string text = "aXa";
