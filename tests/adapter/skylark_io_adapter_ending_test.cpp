@@ -297,6 +297,8 @@ TEST(EndingTest, SignalsDoNotKeepAConnectionOpen)
     scene.serve();
     scene.admitPeer();
     std::thread closing([&] {
+        while (!scene.peer->hasBytes()) // until the call is under way
+            std::this_thread::yield();
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
         library.close(scene.connection);
     });
