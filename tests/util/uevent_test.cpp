@@ -49,29 +49,6 @@ TEST(EventTest, OneSetReleasesEveryWaiterBlockedAtThatMoment)
     EXPECT_EQ(setsOfBestRound, 1);
 }
 
-// Whoever of the two comes first: a listener is not offered what has released a waiter.
-TEST(EventTest, OneSetIsSeenByAWaiterOrByAListener)
-{
-    uEvent event(false);
-    uEvent* events[] = {&event};
-    uEventListener listener(events, 1);
-    for (int round = 0; round < 10; ++round) {
-        std::atomic<int> seen{0};
-        std::thread waiter([&] { seen += event.Wait(forever) ? 1 : 0; });
-        std::thread listening([&] { seen += listener.Wait(forever) == 0 ? 1 : 0; });
-        for (int sets = 1; sets <= 2; ++sets) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(5)); // or they see it later
-            event.Set();
-            while (seen < sets)
-                std::this_thread::yield();
-            std::this_thread::sleep_for(std::chrono::milliseconds(5));
-            EXPECT_EQ(seen, sets);
-        }
-        waiter.join();
-        listening.join();
-    }
-}
-
 TEST(EventTest, TimesOutNoEarlierThanAsked)
 {
     uEvent event(false);
