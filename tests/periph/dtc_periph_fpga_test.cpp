@@ -51,6 +51,7 @@ TEST(FpgaTest, ReachesItsRegistersAtBothEndsOfBothRanges)
     EXPECT_FALSE(fpga.is_illegal_fpga_address_range(0x08000000, 0x8000));
     EXPECT_TRUE(fpga.is_illegal_fpga_address_range(0x08000000, 0x8001));
     EXPECT_TRUE(fpga.is_illegal_fpga_address_range(0, 1)) << "no offsets here";
+    EXPECT_EQ(get_mmd_index(0x07000000), 16U) << "of any address behind the first range";
 }
 
 TEST(MmdTest, MapsOnceAndGivesEverythingBack)
