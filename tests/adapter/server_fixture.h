@@ -1,5 +1,6 @@
 #pragma once
 
+#include "adapter/skylark_io_adapter_call.h"
 #include "tests/support/exchange.h"
 #include "tests/support/raw_peer.h"
 #include "tests/support/signal_storm.h"
@@ -30,6 +31,12 @@ protected:
     {
         return receiveFrom(server, timeoutMs, sizeBytes);
     }
+
+    /// What a thread does that a closing finds inside a call.
+    std::function<DTC_IO_STATUS()> const waiting = [this] {
+        KORVA::DTC::Call const call(&server);
+        return receive().status;
+    };
 
     TestServer server;
     std::list<RawPeer> peers;

@@ -49,16 +49,21 @@ TEST(PeerWatchTest, NoticesAPeerThatHasVanishedAndKeepsOneThatOnlyDoesNotRead)
     inMessage.peer->send(header(4, 1).substr(0, 7));
     for (Served* const served : {&replied, &inMessage, &sending})
         served->peer->vanish();
+    auto const start = std::chrono::steady_clock::now();
     EXPECT_EQ(replied.sends(1).get(), DTC_IO_SUCCESS);
     EXPECT_EQ(inMessage.sends(1).get(), DTC_IO_SUCCESS);
     gone[1] = replied.receives();
     gone[2] = inMessage.receives();
+    auto const begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(idle.server.receive_ready(5200), DTC_IO_TIMEOUT);
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(5200));
     for (auto& status : gone) {
         ASSERT_EQ(status.wait_for(std::chrono::minutes(2)), std::future_status::ready);
         EXPECT_EQ(status.get(), DTC_IO_DISCONNECTED);
+        EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::seconds(25));
     }
     EXPECT_THAT(replied.server.events, testing::ElementsAre("127.0.0.1", "none"));
-    EXPECT_EQ(idle.server.receive_ready(0), DTC_IO_TIMEOUT);
+    EXPECT_EQ(idle.server.receive_ready(0), DTC_IO_TIMEOUT) << "it has a client still";
     EXPECT_EQ(kept.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
     EXPECT_EQ(deaf.peer->receive(16 + much).size(), 16 + much);
     EXPECT_EQ(kept.get(), DTC_IO_SUCCESS);

@@ -6,6 +6,7 @@
 #include <netinet/tcp.h>
 
 using namespace testing_support;
+using KORVA::DTC::Call;
 using testing::ElementsAre;
 
 namespace {
@@ -93,6 +94,68 @@ TEST_F(ServerTest, TellsATimeOutFromHavingNoClientAndClearsOneThatASendFoundGone
         join();
     peers.back().send(message("x", 1));
     EXPECT_EQ(receive().status, DTC_IO_SUCCESS);
+}
+
+TEST_F(ServerTest, GivesItsPlacesInTurn)
+{
+    for (int i = 0; i < 8; ++i)
+        join();
+    RawPeer& stays = *std::next(peers.begin(), 6);
+    auto const leave = [&](auto peer) {
+        peers.erase(peer);
+        stays.send(message("last", 1));
+        EXPECT_EQ(receive().payload, "last") << "places below it are looked at first";
+    };
+    leave(peers.begin());
+    join(); // in the first place
+    leave(std::next(peers.begin(), 1));
+    leave(std::prev(peers.end()));
+    for (char const* const text : {"third place", "first place"})
+        join().send(message(text, 1));
+    for (auto peer = std::prev(peers.end(), 2); peer != peers.end(); ++peer) {
+        while (server.bytesFrom(peer->localPort()) == 0)
+            std::this_thread::yield();
+    }
+    EXPECT_EQ(receive().payload, "first place");
+    EXPECT_EQ(receive().payload, "third place");
+    leave(std::prev(peers.end()));
+    join().send(message("the only one left", 1));
+    EXPECT_EQ(receive().payload, "the only one left");
+}
+
+// Nobody has gone: what the policy has recorded stays as it is.
+TEST_F(ServerTest, TellsTheThreadInAMessageThatItIsClosed)
+{
+    RawPeer& peer = join();
+    auto waits = std::async(std::launch::async, waiting);
+    std::string text = message(std::string(16 << 20, 'x'), 1);
+    text.pop_back();
+    peer.send(text); // more than a socket takes in, so the thread has begun to read it
+    server.end_calls();
+    EXPECT_EQ(waits.get(), DTC_IO_DISCONNECTED);
+    EXPECT_STREQ(server.get_error(), "Connection has been closed");
+    EXPECT_EQ(sendTo(server, peer.localPort(), 1, "x"), DTC_IO_DISCONNECTED);
+    EXPECT_THAT(server.events, ElementsAre("127.0.0.1"));
+}
+
+// Its end wakes the threads inside its calls through the sockets of its clients.
+TEST_F(ServerTest, LeavesSocketsAloneThatHaveTakenTheNumbersOfClientsThatLeft)
+{
+    TestServer other;
+    join();
+    peers.clear();
+    EXPECT_EQ(receive().status, DTC_IO_DISCONNECTED);
+    RawPeer peer(other.port());
+    other.acceptOne();
+    auto waits = std::async(std::launch::async, waiting);
+    while (!Call::isUnderWay(&server))
+        std::this_thread::yield();
+    server.end_calls();
+    EXPECT_EQ(waits.get(), DTC_IO_DISCONNECTED);
+    peer.send(message("to", 1));
+    EXPECT_EQ(receiveFrom(other, patienceMs, 64).payload, "to");
+    EXPECT_EQ(sendTo(other, peer.localPort(), 1, "fro"), DTC_IO_SUCCESS);
+    EXPECT_EQ(peer.receive(19), message("fro", 1));
 }
 
 TEST_F(ServerTest, GoesOnWithTheOthersWhenAClientLeaves)

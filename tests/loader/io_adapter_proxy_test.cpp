@@ -56,6 +56,7 @@ TEST_F(ProxyTest, SaysWhatALibraryLacks)
         EXPECT_EQ(c.call(), c.status) << c.error;
         EXPECT_EQ(c.failed(), "Function " + c.error + "() not found");
     }
+    table.close = [](void* /*handle*/) {};
     connection.close();
     EXPECT_EQ(connection.receive_ready(0), -1) << "closed as well";
     EXPECT_EQ(word, 5U);

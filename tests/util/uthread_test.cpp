@@ -15,10 +15,15 @@ struct Task : uRunnable
     void Run() override
     {
         ++runs;
+        pthread_attr_t attributes;
+        pthread_getattr_np(pthread_self(), &attributes);
+        pthread_attr_getdetachstate(&attributes, &detachState);
+        pthread_attr_destroy(&attributes);
         go.Wait(forever);
     }
 
     int runs = 0;
+    int detachState = -1;
     uEvent go{false};
 };
 
@@ -42,6 +47,7 @@ TEST(ThreadTest, RunsAgainAndAgainAndReportsItsEnd)
         while (thread.GetHandle() != 0)
             uThread::Yield();
         EXPECT_EQ(task.runs, i);
+        EXPECT_EQ(task.detachState, PTHREAD_CREATE_DETACHED) << "nobody joins it";
     }
     EXPECT_GT(endsSeen, 0);
     EXPECT_FALSE(thread.WaitUntilFinished(forever)) << "ended already";
