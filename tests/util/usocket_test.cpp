@@ -46,8 +46,9 @@ TEST_F(SocketTest, ReadsWhatIsThereAndReportsTheEnd)
     EXPECT_EQ(accepted->GetLocalPort(), port);
     tcp_info info{};
     socklen_t size = sizeof info;
-    getsockopt(listening.GetDescriptor(), IPPROTO_TCP, TCP_INFO, &info, &size);
-    EXPECT_EQ(info.tcpi_sacked, 1U) << "of one that listens: its backlog";
+    bool const isTold = // not under qemu
+        getsockopt(listening.GetDescriptor(), IPPROTO_TCP, TCP_INFO, &info, &size) == 0;
+    EXPECT_EQ(info.tcpi_sacked, isTold ? 1U : 0U) << "of one that listens: its backlog";
     EXPECT_EQ(client.WriteData(bytes, 5, 3, &count), 0U);
     EXPECT_EQ(accepted->ReadData(bytes, 16, 0, &count), 0U);
     EXPECT_EQ(accepted->ReadData(nullptr, 16, 0, &count), 2U);
