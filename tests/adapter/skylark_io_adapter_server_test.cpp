@@ -230,6 +230,14 @@ TEST_F(ServerTest, PausesWithoutDescriptorsAndRefusesOneThatSelectCannotTake)
     }
     waits.send(message("patient", 1));
     EXPECT_EQ(receive().payload, "patient");
+    peers.emplace_back(server.port()).send(message("within one wait", 1));
+    std::optional<NoMoreDescriptors> none(std::in_place);
+    std::thread frees([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(120));
+        none.reset();
+    });
+    EXPECT_EQ(receive().payload, "within one wait");
+    frees.join();
     RawPeer& refused = peers.emplace_back(server.port());
     {
         DescriptorsBelow const full(FD_SETSIZE);
