@@ -2,6 +2,8 @@
 /// its logs.
 #pragma once
 
+#include "util/descriptor.h"
+
 #include <string>
 #include <sys/types.h>
 
@@ -28,14 +30,11 @@ class BoxLock
 {
 public:
     explicit BoxLock(std::string const& root);
-    ~BoxLock();
-    BoxLock(BoxLock const&) = delete;
-    BoxLock& operator=(BoxLock const&) = delete;
 
     bool isHeld() const { return m_isHeld; }
 
 private:
-    int m_descriptor;
+    OwnedDescriptor m_file;
     bool m_isHeld = false;
 };
 
