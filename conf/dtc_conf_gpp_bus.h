@@ -2,7 +2,7 @@
 
 #include "conf/dtc_conf_list.h"
 #include "conf/dtc_conf_status.h"
-#include "periph/dtc_periph_i2c_linux.h"
+#include "periph/dtc_periph_eeprom.h"
 #include "periph/dtc_periph_lock.h"
 
 #include <exception>
