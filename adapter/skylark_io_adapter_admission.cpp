@@ -1,7 +1,7 @@
 #include "adapter/skylark_io_adapter_admission.h"
 
 #include "adapter/skylark_io_adapter_filter.h"
-#include "conf/dtc_conf_gpp_led.h"
+#include "conf/dtc_conf_gpp_bus.h"
 #include "conf/dtc_conf_schema.h"
 #include "conf/dtc_conf_vars.h"
 #include "periph/dtc_periph_led.h"

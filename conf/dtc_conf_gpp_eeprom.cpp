@@ -2,7 +2,7 @@
 
 #include "conf/dtc_conf_gpp_bus.h"
 #include "conf/dtc_conf_image.h"
-#include "conf/dtc_conf_list.h"
+#include "conf/dtc_conf_place.h"
 #include "conf/dtc_conf_status.h"
 #include "periph/dtc_periph_eeprom.h"
 

@@ -15,18 +15,6 @@ namespace KORVA {
 /// linked; the adapter's own have none. None of these objects uses another to be made.
 enum InitPriority : int { BeforeAdapter = 1000 };
 
-/// Has a static object of a function made at load:
-///     [[gnu::init_priority(BeforeAdapter)]] AtLoad const made([] { getIt(); });
-class AtLoad
-{
-public:
-    template <typename Make>
-    explicit AtLoad(Make make)
-    {
-        make();
-    }
-};
-
 /// A driver's one instance, made when the library is loaded. What that throws does not break
 /// loading: the first use throws it, and each later use tries again to make the instance.
 template <typename Driver>
