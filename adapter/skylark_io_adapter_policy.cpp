@@ -22,11 +22,6 @@ void recordHolder(char const* holder) noexcept
 
 } // namespace
 
-bool skylark_Server_SingleAccess::is_multiclient_allowed()
-{
-    return false;
-}
-
 void skylark_Server_SingleAccess::on_first_client_added(char const* address) noexcept
 {
     uMutexGuard const guard(m_conf_lock);
@@ -38,12 +33,3 @@ void skylark_Server_SingleAccess::on_last_client_removed() noexcept
     uMutexGuard const guard(m_conf_lock);
     recordHolder(KORVA::DTC::CONF::VALUE::None);
 }
-
-bool skylark_Server_SharedAccess::is_multiclient_allowed()
-{
-    return true;
-}
-
-void skylark_Server_SharedAccess::on_first_client_added(char const* /*address*/) noexcept {}
-
-void skylark_Server_SharedAccess::on_last_client_removed() noexcept {}

@@ -2,7 +2,6 @@
 
 #include "platform/simulated/expander.h"
 #include "platform/simulated/i2c_devices.h"
-#include "platform/simulated/stand_ins.h"
 #include "util/mutex.h"
 
 #include <algorithm>
