@@ -185,16 +185,16 @@ void skylark_IOAdapter::close(IOAdapter_Connection* connection)
         return;
     std::unique_ptr<skylark_Connection> const closing = std::move(*found);
     m_connections.erase(found);
-    closing->end_calls();
+    closing->endCalls();
 }
 
-void skylark_IOAdapter::end_calls()
+void skylark_IOAdapter::endCalls()
 {
     for (auto const& connection : m_connections)
-        connection->end_calls();
+        connection->endCalls();
 }
 
-void skylark_IOAdapter::abandon_connections()
+void skylark_IOAdapter::abandonConnections()
 {
     for (auto& connection : m_connections)
         static_cast<void>(connection.release());

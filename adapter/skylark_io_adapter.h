@@ -35,10 +35,10 @@ public:
     bool initialize();
 
     /// Wakes the threads inside every connection's calls and waits until the last one has left.
-    void end_calls();
+    void endCalls();
 
     /// Leaves all connections as they are, for ever.
-    void abandon_connections();
+    void abandonConnections();
 
     /// Takes ownership; null is ignored.
     void add_connection(skylark_Connection* connection);

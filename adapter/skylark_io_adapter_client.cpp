@@ -1,27 +1,29 @@
 #include "adapter/skylark_io_adapter_client.h"
 
-#include "adapter/skylark_io_adapter_select.h"
+#include "adapter/skylark_io_adapter_wait.h"
+#include "util/message_path.h"
 #include "util/usocket.h"
 
 namespace KORVA::DTC {
 
 skylark_Client::skylark_Client(uSocket* socket) : skylark_Connection(socket)
 {
-    limit_stalls(*socket);
+    limitStalls(*socket);
     m_waker.watch(socket->GetDescriptor());
 }
 
-DTC_IO_STATUS skylark_Client::send(unsigned int /*clientId*/, unsigned int tag,
-                                   unsigned int* buffer, unsigned int length, unsigned int* sent)
+KORVA_ONE_PIECE DTC_IO_STATUS skylark_Client::send(unsigned int /*clientId*/, unsigned int tag,
+                                                   unsigned int* buffer, unsigned int length,
+                                                   unsigned int* sent)
 {
     DTC_IO_STATUS const status = send_sock(m_socket.get(), tag, buffer, length, sent);
-    return status == DTC_IO_SUCCESS || !is_closing() ? status : closed();
+    return status == DTC_IO_SUCCESS || !isClosing() ? status : closed();
 }
 
 DTC_IO_STATUS skylark_Client::receive_ready(unsigned int timeout)
 {
-    int const readable = select_readable(m_socket->GetDescriptor(), timeout);
-    if (is_closing())
+    int const readable = selectReadable(m_socket->GetDescriptor(), timeout);
+    if (isClosing())
         return closed();
     switch (readable) {
     case 0:
@@ -33,9 +35,9 @@ DTC_IO_STATUS skylark_Client::receive_ready(unsigned int timeout)
     }
 }
 
-DTC_IO_STATUS skylark_Client::receive(unsigned int* clientId, unsigned int* tag,
-                                      unsigned int* buffer, unsigned int size,
-                                      unsigned int* received, unsigned int timeout)
+KORVA_ONE_PIECE DTC_IO_STATUS skylark_Client::receive(unsigned int* clientId, unsigned int* tag,
+                                                      unsigned int* buffer, unsigned int size,
+                                                      unsigned int* received, unsigned int timeout)
 {
     if (clientId == nullptr)
         return fail(DTC_IO_INVALID, "Invalid parameter");
@@ -44,7 +46,7 @@ DTC_IO_STATUS skylark_Client::receive(unsigned int* clientId, unsigned int* tag,
         return ready;
     *clientId = m_socket->GetRemotePort();
     DTC_IO_STATUS const status = receive_sock(m_socket.get(), tag, buffer, size, received);
-    return status == DTC_IO_SUCCESS || !is_closing() ? status : closed();
+    return status == DTC_IO_SUCCESS || !isClosing() ? status : closed();
 }
 
 } // namespace KORVA::DTC

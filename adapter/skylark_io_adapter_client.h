@@ -2,7 +2,6 @@
 #pragma once
 
 #include "adapter/skylark_io_adapter_connection.h"
-#include "util/message_path.h"
 
 namespace KORVA::DTC {
 
@@ -11,13 +10,11 @@ class skylark_Client final : public skylark_Connection
 public:
     explicit skylark_Client(uSocket* socket);
 
-    KORVA_ONE_PIECE DTC_IO_STATUS send(unsigned int clientId, unsigned int tag,
-                                       unsigned int* buffer, unsigned int length,
-                                       unsigned int* sent) override;
+    DTC_IO_STATUS send(unsigned int clientId, unsigned int tag, unsigned int* buffer,
+                       unsigned int length, unsigned int* sent) override;
     DTC_IO_STATUS receive_ready(unsigned int timeout) override;
-    KORVA_ONE_PIECE DTC_IO_STATUS receive(unsigned int* clientId, unsigned int* tag,
-                                          unsigned int* buffer, unsigned int size,
-                                          unsigned int* received, unsigned int timeout) override;
+    DTC_IO_STATUS receive(unsigned int* clientId, unsigned int* tag, unsigned int* buffer,
+                          unsigned int size, unsigned int* received, unsigned int timeout) override;
 };
 
 } // namespace KORVA::DTC

@@ -30,31 +30,30 @@ public:
     char const* get_error() override;
 
     /// The same text for a thread that copies it while other threads may fail on this connection.
-    ErrorText const& error_text() const { return m_error; }
+    ErrorText const& errorText() const { return m_error; }
 
     /// Wakes the threads inside this connection's calls (Call) and waits until the last one has
     /// left: each returns DTC_IO_DISCONNECTED and the text "Connection has been closed". What
     /// cannot wait for a peer, the admission of a client, comes to its end first.
-    void end_calls();
+    void endCalls();
 
 protected:
     /// Sets what a connected socket needs for its transfers to wake up now and then.
-    static void limit_stalls(uSocket const& socket);
+    static void limitStalls(uSocket const& socket);
 
-    bool is_closing() const { return m_waker.isAwake(); }
+    bool isClosing() const { return m_waker.isAwake(); }
     /// What a call returns that was woken.
     KORVA_SELDOM DTC_IO_STATUS closed();
 
     /// Sends one message of length bytes. Blocks until it has gone out, the socket fails or the
     /// connection is closed.
-    KORVA_ONE_PIECE DTC_IO_STATUS send_sock(uSocket* socket, unsigned int tag, unsigned int* buffer,
-                                            unsigned int length, unsigned int* sent);
+    DTC_IO_STATUS send_sock(uSocket* socket, unsigned int tag, unsigned int* buffer,
+                            unsigned int length, unsigned int* sent);
 
     /// Receives one message into the size bytes at buffer. Blocks until it is in, the socket fails
     /// or the connection is closed. A message larger than size is read to its end and dropped.
-    KORVA_ONE_PIECE DTC_IO_STATUS receive_sock(uSocket* socket, unsigned int* tag,
-                                               unsigned int* buffer, unsigned int size,
-                                               unsigned int* received);
+    DTC_IO_STATUS receive_sock(uSocket* socket, unsigned int* tag, unsigned int* buffer,
+                               unsigned int size, unsigned int* received);
 
     KORVA_SELDOM DTC_IO_STATUS fail(DTC_IO_STATUS status, char const* text);
 
@@ -64,17 +63,17 @@ protected:
 
 private:
     template <typename Transfer>
-    unsigned int transfer_whole(uSocket& socket, unsigned int length, Transfer transfer);
-    unsigned int write_whole(uSocket& socket, unsigned char const* bytes, unsigned int length);
-    unsigned int read_whole(uSocket& socket, unsigned char* bytes, unsigned int length);
-    KORVA_SELDOM unsigned int after_failure(uSocket const& socket, unsigned int result,
-                                            PeerWatch& watch);
-    KORVA_SELDOM DTC_IO_STATUS discard_payload(uSocket& socket, unsigned char* buffer,
-                                               unsigned int size, unsigned int length);
+    unsigned int transferWhole(uSocket& socket, unsigned int length, Transfer transfer);
+    unsigned int writeWhole(uSocket& socket, unsigned char const* bytes, unsigned int length);
+    unsigned int readWhole(uSocket& socket, unsigned char* bytes, unsigned int length);
+    KORVA_SELDOM unsigned int afterFailure(uSocket const& socket, unsigned int result,
+                                           PeerWatch& watch);
+    KORVA_SELDOM DTC_IO_STATUS discardPayload(uSocket& socket, unsigned char* buffer,
+                                              unsigned int size, unsigned int length);
     /// The status for a socket's result, which it also prints with the call, where that is not
     /// null.
-    KORVA_SELDOM DTC_IO_STATUS transfer_failed(uSocket const& socket, unsigned int result,
-                                               char const* call);
+    KORVA_SELDOM DTC_IO_STATUS transferFailed(uSocket const& socket, unsigned int result,
+                                              char const* call);
 };
 
 } // namespace KORVA::DTC

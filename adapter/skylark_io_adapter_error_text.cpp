@@ -4,7 +4,7 @@ namespace KORVA::DTC {
 
 void ErrorText::set(std::string_view text)
 {
-    std::lock_guard<std::mutex> const guard(m_mutex);
+    MutexGuard const guard(m_mutex);
     std::size_t const next = (m_current + 1) % m_texts.size();
     m_texts[next] = text;
     m_current = next;
@@ -12,7 +12,7 @@ void ErrorText::set(std::string_view text)
 
 void ErrorText::set(ErrorText const& other)
 {
-    std::lock_guard<std::mutex> const guard(other.m_mutex);
+    MutexGuard const guard(other.m_mutex);
     set(std::string_view(other.m_texts[other.m_current]));
 }
 

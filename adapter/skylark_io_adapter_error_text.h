@@ -1,9 +1,10 @@
 #pragma once
 
+#include "util/mutex.h"
+
 #include <array>
 #include <atomic>
 #include <cstddef>
-#include <mutex>
 #include <string>
 #include <string_view>
 
@@ -19,11 +20,12 @@ class ErrorText
 public:
     void set(std::string_view text);
     void set(ErrorText const& other);
-    char const* c_str() const { return m_texts[m_current].c_str(); }
+    /// Without the lock: the text that counts is not written to.
+    char const* c_str() const KORVA_NO_THREAD_SAFETY_ANALYSIS { return m_texts[m_current].c_str(); }
 
 private:
-    mutable std::mutex m_mutex;
-    std::array<std::string, 8> m_texts;
+    mutable Mutex m_mutex;
+    std::array<std::string, 8> m_texts KORVA_GUARDED_BY(m_mutex);
     std::atomic<std::size_t> m_current{0};
 };
 

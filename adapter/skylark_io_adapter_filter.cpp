@@ -39,8 +39,8 @@ bool admits(Parts const& pattern, Parts const& address)
 
 } // namespace
 
-std::optional<std::string> find_admitting_pattern(std::string const& filter,
-                                                  std::string const& address)
+std::optional<std::string> findAdmittingPattern(std::string const& filter,
+                                                std::string const& address)
 {
     Parts const parts = split(address, ".");
     for (std::string const& pattern : split(filter, ",")) {
@@ -50,7 +50,7 @@ std::optional<std::string> find_admitting_pattern(std::string const& filter,
     return std::nullopt;
 }
 
-bool is_address_pattern(std::string const& pattern)
+bool isAddressPattern(std::string const& pattern)
 {
     return partsOfPattern(pattern).size() == addressParts;
 }

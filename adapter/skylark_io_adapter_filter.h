@@ -15,10 +15,10 @@ namespace KORVA::DTC {
 /// The first pattern of the filter that admits the dotted address; none when it is refused. A
 /// pattern that is no address pattern admits every address, and every pattern admits an address
 /// that has not four parts.
-KORVA_API std::optional<std::string> find_admitting_pattern(std::string const& filter,
-                                                            std::string const& address);
+KORVA_API std::optional<std::string> findAdmittingPattern(std::string const& filter,
+                                                          std::string const& address);
 
 /// Whether the pattern has the parts of an address, and so compares anything.
-KORVA_API bool is_address_pattern(std::string const& pattern);
+KORVA_API bool isAddressPattern(std::string const& pattern);
 
 } // namespace KORVA::DTC

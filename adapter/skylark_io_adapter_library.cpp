@@ -41,13 +41,13 @@ public:
         if (Call::isInterrupted()) {
             // A signal handler calls exit: what the call under it holds is never given up, and
             // others may wait for that. The system closes the connections.
-            g_adapter.abandon_connections();
+            g_adapter.abandonConnections();
             return;
         }
         bool const wakesThreads = Call::isUnderWay();
         while (Call::isUnderWay(&g_adapter))
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        g_adapter.end_calls();
+        g_adapter.endCalls();
         if (wakesThreads) // which still run the last steps of their calls, in code that may go now
             std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
@@ -83,7 +83,7 @@ DTC_IO_STATUS onConnection(void* handle, Operation operation)
     try {
         DTC_IO_STATUS const status = operation(*connection);
         if (status != DTC_IO_SUCCESS)
-            g_last_error.set(static_cast<skylark_Connection*>(connection)->error_text());
+            g_last_error.set(static_cast<skylark_Connection*>(connection)->errorText());
         return status;
     } catch (...) {
         return DTC_IO_INVALID;

@@ -123,8 +123,9 @@ std::string configOf(CONF::Vars& vars)
     return config;
 }
 
-/// With the lock held, which it gives up before it says that there is nothing to do.
-void configure(uMutexGuard& guard)
+/// Gives the lock up before it says that there is nothing to do, by a guard that the analysis of
+/// locks does not know.
+void configure(uMutexGuard& guard) KORVA_REQUIRES(network_lock) KORVA_NO_THREAD_SAFETY_ANALYSIS
 {
     CONF::Vars vars("");
     vars.read();

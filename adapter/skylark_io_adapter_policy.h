@@ -9,7 +9,7 @@ class skylark_Server_SingleAccess final : public KORVA::DTC::skylark_Server
 public:
     using skylark_Server::skylark_Server;
 
-    bool is_multiclient_allowed() override;
+    bool is_multiclient_allowed() override { return false; }
     void on_first_client_added(char const* address) noexcept override;
     void on_last_client_removed() noexcept override;
 };
@@ -20,7 +20,7 @@ class skylark_Server_SharedAccess final : public KORVA::DTC::skylark_Server
 public:
     using skylark_Server::skylark_Server;
 
-    bool is_multiclient_allowed() override;
-    void on_first_client_added(char const* address) noexcept override;
-    void on_last_client_removed() noexcept override;
+    bool is_multiclient_allowed() override { return true; }
+    void on_first_client_added(char const* /*address*/) noexcept override {}
+    void on_last_client_removed() noexcept override {}
 };

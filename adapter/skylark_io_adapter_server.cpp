@@ -1,7 +1,9 @@
 #include "adapter/skylark_io_adapter_server.h"
 
-#include "adapter/skylark_io_adapter_select.h"
+#include "adapter/skylark_io_adapter_admission.h"
 #include "adapter/skylark_io_adapter_wait.h"
+#include "util/at_load.h"
+#include "util/message_path.h"
 #include "util/usocket.h"
 
 #include <algorithm>
@@ -11,6 +13,8 @@
 #include <sys/socket.h>
 
 namespace KORVA::DTC {
+
+[[gnu::init_priority(BeforeAdapter)]] uMutex skylark_Server::m_conf_lock;
 
 skylark_Server::skylark_Server(uSocket* socket, unsigned int param)
     : skylark_Connection(socket), m_param(param)
@@ -36,18 +40,18 @@ DTC_IO_STATUS skylark_Server::receive_ready(unsigned int timeout)
     uMutexGuard guard(m_lock);
     for (;;) {
         WaitResult const wait = wait_for_ready_client(timeout, guard);
-        if (is_closing())
+        if (isClosing())
             return closed();
         if (wait.client == nullptr)
             return m_clientCount != 0 ? DTC_IO_TIMEOUT : DTC_IO_DISCONNECTED;
-        if (is_still_readable(wait))
+        if (isStillReadable(wait))
             return DTC_IO_SUCCESS;
     }
 }
 
-DTC_IO_STATUS skylark_Server::receive(unsigned int* clientId, unsigned int* tag,
-                                      unsigned int* buffer, unsigned int size,
-                                      unsigned int* received, unsigned int timeout)
+KORVA_ONE_PIECE DTC_IO_STATUS skylark_Server::receive(unsigned int* clientId, unsigned int* tag,
+                                                      unsigned int* buffer, unsigned int size,
+                                                      unsigned int* received, unsigned int timeout)
 {
     if (clientId == nullptr)
         return fail(DTC_IO_INVALID, "Invalid parameter");
@@ -59,7 +63,7 @@ DTC_IO_STATUS skylark_Server::receive(unsigned int* clientId, unsigned int* tag,
         constexpr unsigned int leastRewaitMs = 50;
         WaitResult const wait =
             wait_for_ready_client(clientLost ? std::max(timeout, leastRewaitMs) : timeout, guard);
-        if (is_closing())
+        if (isClosing())
             return closed();
         clientPtr* const client = wait.client;
         if (client == nullptr) {
@@ -68,7 +72,7 @@ DTC_IO_STATUS skylark_Server::receive(unsigned int* clientId, unsigned int* tag,
                 continue;
             return noClient ? DTC_IO_DISCONNECTED : DTC_IO_TIMEOUT;
         }
-        if (!is_still_readable(wait))
+        if (!isStillReadable(wait))
             continue;
         ++m_epoch;
         DTC_IO_STATUS const status =
@@ -78,7 +82,7 @@ DTC_IO_STATUS skylark_Server::receive(unsigned int* clientId, unsigned int* tag,
                 *clientId = client->id;
             return status;
         }
-        if (is_closing())
+        if (isClosing())
             return closed(); // nobody has gone: what the policy has recorded stays
         remove_client(client);
         clientLost = true;
@@ -89,19 +93,20 @@ DTC_IO_STATUS skylark_Server::receive(unsigned int* clientId, unsigned int* tag,
 
 /// Two threads may have waited for the same client, and the other one was faster: reading now would
 /// block with the lock held. Without another thread this costs no system call.
-bool skylark_Server::is_still_readable(WaitResult const& wait) const
+bool skylark_Server::isStillReadable(WaitResult const& wait) const
 {
     uSocket const* const socket = wait.client->socket.get();
     if (socket == nullptr)
         return false;
-    return m_epoch == wait.epoch || select_readable(socket->GetDescriptor(), 0) > 0;
+    return m_epoch == wait.epoch || selectReadable(socket->GetDescriptor(), 0) > 0;
 }
 
-DTC_IO_STATUS skylark_Server::send(unsigned int clientId, unsigned int tag, unsigned int* buffer,
-                                   unsigned int length, unsigned int* sent)
+KORVA_ONE_PIECE DTC_IO_STATUS skylark_Server::send(unsigned int clientId, unsigned int tag,
+                                                   unsigned int* buffer, unsigned int length,
+                                                   unsigned int* sent)
 {
     uMutexGuard const guard(m_lock);
-    if (is_closing())
+    if (isClosing())
         return closed();
     clientPtr* const client = lookup_client(clientId);
     if (client == nullptr || client->socket == nullptr)
@@ -109,7 +114,7 @@ DTC_IO_STATUS skylark_Server::send(unsigned int clientId, unsigned int tag, unsi
     DTC_IO_STATUS const status = send_sock(client->socket.get(), tag, buffer, length, sent);
     if (status == DTC_IO_SUCCESS)
         return status;
-    if (is_closing())
+    if (isClosing())
         return closed();
     // Only marked: the socket may be in the read set of a thread that waits just now.
     if (status == DTC_IO_DISCONNECTED)
@@ -125,7 +130,7 @@ skylark_Server::WaitResult skylark_Server::wait_for_ready_client(unsigned int ti
     for (;;) {
         std::uint64_t const nowMs = PeerWatch::nowMs();
         if (nowMs - m_lookedMs >= PeerWatch::intervalMs)
-            look_after_clients(nowMs);
+            lookAfterClients(nowMs);
         fd_set set;
         int maxfd = 0;
         initialize_readset(set, maxfd);
@@ -136,35 +141,44 @@ skylark_Server::WaitResult skylark_Server::wait_for_ready_client(unsigned int ti
             FD_SET(m_waker.bell(), &set);
             maxfd = std::max(maxfd, m_waker.bell());
         }
-        unsigned int const sliceMs = wait.next_slice(m_clientCount != 0);
+        unsigned int const sliceMs = wait.nextSlice(m_clientCount != 0);
 
-        guard.Release();
-        int const readable = select_readable(set, maxfd, sliceMs);
-        int const error = readable == -1 ? errno : 0;
-        guard.Acquire();
-
-        if (is_closing())
+        int const readable = waitUnlocked(guard, set, maxfd, sliceMs);
+        if (isClosing())
             return {};
         if (readable == -1) {
-            if (error == EBADF && m_epoch != epoch)
+            if (errno == EBADF && m_epoch != epoch)
                 continue; // another thread removed a client that is in the set
             return {nullptr, epoch, true};
         }
         if (readable == 0) {
-            if (wait.is_over())
+            if (wait.isOver())
                 return {nullptr, epoch, false};
             continue;
         }
         if (FD_ISSET(listening, &set)) {
-            if (accept_client())
+            if (acceptClient())
                 wait.restart();
             else
-                wait.pause_listening();
+                wait.pauseListening();
         }
         clientPtr* const client = find_ready_client(set);
         if (client != nullptr)
             return {client, epoch, false};
     }
+}
+
+/// The analysis of locks does not know the guard of the caller.
+int skylark_Server::waitUnlocked(uMutexGuard& guard, fd_set& set, int maxfd,
+                                 unsigned int timeoutMs) KORVA_NO_THREAD_SAFETY_ANALYSIS
+{
+    guard.Release();
+    int const readable = selectReadable(set, maxfd, timeoutMs);
+    int const error = readable == -1 ? errno : 0;
+    guard.Acquire();
+    if (error != 0)
+        errno = error;
+    return readable;
 }
 
 void skylark_Server::initialize_readset(fd_set& set, int& maxfd)
@@ -187,7 +201,7 @@ void skylark_Server::initialize_readset(fd_set& set, int& maxfd)
 
 /// A client that has gone without a word, while something for it was under way, is told from then
 /// on like one that has closed its connection.
-void skylark_Server::look_after_clients(std::uint64_t nowMs)
+void skylark_Server::lookAfterClients(std::uint64_t nowMs)
 {
     m_lookedMs = nowMs;
     for (std::size_t i = 0; i < m_clients.size(); ++i) {
@@ -200,9 +214,9 @@ void skylark_Server::look_after_clients(std::uint64_t nowMs)
 }
 
 /// Accepts and admits or refuses one client. False when the system has no connection to give.
-bool skylark_Server::accept_client()
+bool skylark_Server::acceptClient()
 {
-    if (select_readable(m_socket->GetDescriptor(), 0) <= 0)
+    if (selectReadable(m_socket->GetDescriptor(), 0) <= 0)
         return true; // another thread has accepted it
     std::unique_ptr<uSocket> socket(m_socket->AcceptClient());
     if (socket == nullptr)
@@ -214,6 +228,12 @@ bool skylark_Server::accept_client()
     return true;
 }
 
+bool skylark_Server::is_client_allowed(char const* address) noexcept
+{
+    uMutexGuard const guard(m_conf_lock);
+    return isAdmitted(address, is_multiclient_allowed());
+}
+
 bool skylark_Server::add_client(uSocket* socket)
 {
     if (socket == nullptr)
@@ -222,7 +242,7 @@ bool skylark_Server::add_client(uSocket* socket)
     if (!is_client_allowed(socket->GetHost()))
         return false;
     initialize_client(socket);
-    clientPtr* const slot = find_free_slot();
+    clientPtr* const slot = findFreeSlot();
     if (slot == nullptr || !m_waker.watch(socket->GetDescriptor()))
         return false;
     m_watches[static_cast<std::size_t>(slot - m_clients.data())] = PeerWatch();
@@ -253,12 +273,12 @@ bool skylark_Server::initialize_client(uSocket* socket)
     for (Option const& option : keepAlive)
         setsockopt(socket->GetDescriptor(), option.level, option.name, &option.value,
                    sizeof option.value);
-    limit_stalls(*socket);
+    limitStalls(*socket);
     return true;
 }
 
 /// A dead slot is not free: its socket still waits to be closed.
-skylark_Server::clientPtr* skylark_Server::find_free_slot()
+skylark_Server::clientPtr* skylark_Server::findFreeSlot()
 {
     for (unsigned int i = 0; i < capacity; ++i) {
         clientPtr& candidate = m_clients[(m_nextSlot + i) % capacity];

@@ -37,18 +37,14 @@ public:
     /// Closes every client's connection; on_last_client_removed is not called.
     ~skylark_Server() override;
 
-    KORVA_ONE_PIECE DTC_IO_STATUS send(unsigned int clientId, unsigned int tag,
-                                       unsigned int* buffer, unsigned int length,
-                                       unsigned int* sent) override;
+    DTC_IO_STATUS send(unsigned int clientId, unsigned int tag, unsigned int* buffer,
+                       unsigned int length, unsigned int* sent) override;
     DTC_IO_STATUS receive_ready(unsigned int timeout) override;
-    KORVA_ONE_PIECE DTC_IO_STATUS receive(unsigned int* clientId, unsigned int* tag,
-                                          unsigned int* buffer, unsigned int size,
-                                          unsigned int* received, unsigned int timeout) override;
+    DTC_IO_STATUS receive(unsigned int* clientId, unsigned int* tag, unsigned int* buffer,
+                          unsigned int size, unsigned int* received, unsigned int timeout) override;
 
-    /// Whether a client at the dotted address is admitted: not when another machine holds the box
-    /// and only one may, nor when the configuration's filter refuses it (the first LED then blinks
-    /// once or twice), nor when the configuration cannot be read. Called under the
-    /// server's lock; it takes tenths of a second, or seconds when the bus is busy.
+    /// Whether a client at the dotted address is admitted (isAdmitted). Called under the server's
+    /// lock; it takes tenths of a second, or seconds when the bus is busy.
     virtual bool is_client_allowed(char const* address) noexcept;
     virtual bool is_multiclient_allowed() = 0;
     /// Called under the server's lock when the first client comes and when the last one has gone.
@@ -64,13 +60,13 @@ protected:
     /// caller, when it is null, refused or beyond the eighth, or when the server is being closed.
     bool add_client(uSocket* socket);
     bool initialize_client(uSocket* socket);
-    clientPtr* lookup_client(unsigned int id);
+    clientPtr* lookup_client(unsigned int id) KORVA_REQUIRES(m_lock);
     KORVA_SELDOM void remove_client(clientPtr* client);
 
-    /// With the lock held: the listening descriptor and those of the live clients; clears dead
+    /// The listening descriptor and those of the live clients; clears dead
     /// slots on the way.
-    void initialize_readset(fd_set& set, int& maxfd);
-    clientPtr* find_ready_client(fd_set set);
+    void initialize_readset(fd_set& set, int& maxfd) KORVA_REQUIRES(m_lock);
+    clientPtr* find_ready_client(fd_set set) KORVA_REQUIRES(m_lock);
 
     /// What a wait came to.
     struct WaitResult
@@ -81,26 +77,29 @@ protected:
     };
 
     /// Waits for a client with something to read, accepting clients meanwhile. Each client accepted
-    /// or refused starts the time-out anew. The guard holds the lock before and after, not while
-    /// waiting.
-    WaitResult wait_for_ready_client(unsigned int timeout, uMutexGuard& guard);
+    /// or refused starts the time-out anew. The guard gives the lock up while waiting.
+    WaitResult wait_for_ready_client(unsigned int timeout, uMutexGuard& guard)
+        KORVA_REQUIRES(m_lock);
 
 private:
-    KORVA_SELDOM bool accept_client();
-    KORVA_SELDOM void look_after_clients(std::uint64_t nowMs);
-    clientPtr* find_free_slot();
-    bool is_still_readable(WaitResult const& wait) const;
+    KORVA_SELDOM bool acceptClient() KORVA_REQUIRES(m_lock);
+    KORVA_SELDOM void lookAfterClients(std::uint64_t nowMs) KORVA_REQUIRES(m_lock);
+    clientPtr* findFreeSlot() KORVA_REQUIRES(m_lock);
+    /// select(2) without the lock, which the guard holds before and after.
+    int waitUnlocked(uMutexGuard& guard, fd_set& set, int maxfd, unsigned int timeoutMs)
+        KORVA_REQUIRES(m_lock);
+    bool isStillReadable(WaitResult const& wait) const KORVA_REQUIRES(m_lock);
 
     uMutex m_lock;
-    std::array<clientPtr, capacity> m_clients;
-    std::array<PeerWatch, capacity> m_watches;
-    std::uint64_t m_lookedMs = 0;
+    std::array<clientPtr, capacity> m_clients KORVA_GUARDED_BY(m_lock);
+    std::array<PeerWatch, capacity> m_watches KORVA_GUARDED_BY(m_lock);
+    std::uint64_t m_lookedMs KORVA_GUARDED_BY(m_lock) = 0;
     [[maybe_unused]] unsigned int m_param;
-    unsigned int m_nextSlot = 0;
-    unsigned int m_clientCount = 0;
+    unsigned int m_nextSlot KORVA_GUARDED_BY(m_lock) = 0;
+    unsigned int m_clientCount KORVA_GUARDED_BY(m_lock) = 0;
     // Counts the messages read and the clients removed: by it a thread that comes back from waiting
     // sees that another thread has been at the table meanwhile.
-    std::uint64_t m_epoch = 0;
+    std::uint64_t m_epoch KORVA_GUARDED_BY(m_lock) = 0;
 };
 
 } // namespace KORVA::DTC

@@ -5,8 +5,30 @@
 
 #include <algorithm>
 #include <chrono>
+#include <sys/select.h>
 
 namespace KORVA::DTC {
+
+/// select(2) for readability of the descriptors up to maxfd, for timeout milliseconds (0xFFFFFFFF:
+/// without limit). Returns the number of readable descriptors, left in set; 0 on time-out; -1 on
+/// failure, an interruption by a signal included, when set is undefined.
+inline int selectReadable(fd_set& set, int maxfd, unsigned int timeout)
+{
+    if (timeout == DTC_IO_NO_TIME_LIMIT)
+        return select(maxfd + 1, &set, nullptr, nullptr, nullptr);
+    timeval limit{static_cast<time_t>(timeout / 1000),
+                  static_cast<suseconds_t>(timeout % 1000) * 1000};
+    return select(maxfd + 1, &set, nullptr, nullptr, &limit);
+}
+
+/// The same for one descriptor.
+inline int selectReadable(int descriptor, unsigned int timeout)
+{
+    fd_set set;
+    FD_ZERO(&set);
+    FD_SET(descriptor, &set);
+    return selectReadable(set, descriptor, timeout);
+}
 
 /// How long a server's next select may last, and whether it includes the listening socket. None
 /// lasts longer than a peer may go without being looked after.
@@ -22,7 +44,7 @@ public:
     bool listens() const { return m_listens; }
 
     /// Milliseconds for the next select, in which there are clients or none.
-    unsigned int next_slice(bool hasClients)
+    unsigned int nextSlice(bool hasClients)
     {
         unsigned int const longest = hasClients ? PeerWatch::intervalMs : m_leftMs;
         return m_sliceMs = std::min(m_leftMs, m_listens ? longest : pauseMs);
@@ -36,7 +58,7 @@ public:
         m_listens = true;
     }
 
-    void pause_listening()
+    void pauseListening()
     {
         if (!m_hasDeadline)
             m_deadline = Clock::now() + std::chrono::milliseconds(m_timeoutMs);
@@ -46,7 +68,7 @@ public:
     }
 
     /// After a select that timed out: whether that was the end. If it was not, a slice was.
-    bool is_over()
+    bool isOver()
     {
         if (!m_listens)
             m_leftMs = left();

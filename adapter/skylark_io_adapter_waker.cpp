@@ -1,26 +1,17 @@
 #include "adapter/skylark_io_adapter_waker.h"
 
-#include "util/descriptor.h"
-
 #include <algorithm>
 #include <cerrno>
 #include <sys/eventfd.h>
 #include <sys/select.h>
 #include <sys/socket.h>
 #include <system_error>
-#include <unistd.h>
 
 namespace KORVA::DTC {
 
-Waker::~Waker()
-{
-    if (m_bell != -1)
-        close(m_bell);
-}
-
 bool Waker::watch(int socket)
 {
-    std::lock_guard<std::mutex> const guard(m_mutex);
+    MutexGuard const guard(m_mutex);
     if (m_isAwake)
         return false;
     m_sockets.push_back(socket);
@@ -29,27 +20,27 @@ bool Waker::watch(int socket)
 
 void Waker::forget(int socket)
 {
-    std::lock_guard<std::mutex> const guard(m_mutex);
+    MutexGuard const guard(m_mutex);
     m_sockets.erase(std::remove(m_sockets.begin(), m_sockets.end(), socket), m_sockets.end());
 }
 
 void Waker::hangBell()
 {
-    m_bell = aboveStandardStreams(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
-    if (m_bell == -1 || m_bell >= FD_SETSIZE)
-        throw std::system_error(m_bell == -1 ? errno : EMFILE, std::generic_category());
+    m_bell.reset(aboveStandardStreams(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)));
+    if (bell() == -1 || bell() >= FD_SETSIZE)
+        throw std::system_error(bell() == -1 ? errno : EMFILE, std::generic_category());
 }
 
 /// Shutting down the receiving side alone ends recv(2) and select(2) and sends nothing: a farewell
 /// could leave a server's port waiting, as uSocket::Abort tells.
 void Waker::wake()
 {
-    std::lock_guard<std::mutex> const guard(m_mutex);
+    MutexGuard const guard(m_mutex);
     m_isAwake = true;
     for (int const socket : m_sockets)
         shutdown(socket, SHUT_RD);
-    if (m_bell != -1)
-        eventfd_write(m_bell, 1);
+    if (bell() != -1)
+        eventfd_write(bell(), 1);
 }
 
 } // namespace KORVA::DTC

@@ -1,7 +1,9 @@
 #pragma once
 
+#include "util/descriptor.h"
+#include "util/mutex.h"
+
 #include <atomic>
-#include <mutex>
 #include <vector>
 
 namespace KORVA::DTC {
@@ -14,11 +16,6 @@ namespace KORVA::DTC {
 class Waker
 {
 public:
-    Waker() = default;
-    ~Waker();
-    Waker(Waker const&) = delete;
-    Waker& operator=(Waker const&) = delete;
-
     /// A thread is to leave, rather than wait, once this is true.
     bool isAwake() const { return m_isAwake; }
 
@@ -30,16 +27,16 @@ public:
     /// Makes a descriptor that becomes readable with the waking, for those who have no socket to
     /// wait for. Throws std::system_error when there is none that select(2) can take.
     void hangBell();
-    int bell() const { return m_bell; }
+    int bell() const { return m_bell.get(); }
 
     /// Ends all waits, for good. The peers notice nothing of it.
     void wake();
 
 private:
     std::atomic<bool> m_isAwake{false};
-    std::mutex m_mutex;
-    std::vector<int> m_sockets;
-    int m_bell = -1;
+    Mutex m_mutex;
+    std::vector<int> m_sockets KORVA_GUARDED_BY(m_mutex);
+    OwnedDescriptor m_bell{-1};
 };
 
 } // namespace KORVA::DTC

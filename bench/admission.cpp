@@ -2,7 +2,7 @@
 // from connecting to the first reply, beside what the admission consists of.
 #include "adapter/dtc_io.h"
 #include "bench/temporary_box.h"
-#include "conf/dtc_conf_gpp_led.h"
+#include "conf/dtc_conf_gpp_bus.h"
 #include "conf/dtc_conf_gpp_system.h"
 #include "conf/dtc_conf_vars.h"
 #include "periph/dtc_periph_led.h"

@@ -2,8 +2,8 @@
 // directory.
 #include "bench/statistics.h"
 #include "bench/temporary_box.h"
+#include "periph/dtc_periph_eeprom.h"
 #include "periph/dtc_periph_fpga.h"
-#include "periph/dtc_periph_i2c_linux.h"
 #include "periph/dtc_periph_led.h"
 
 #include <benchmark/benchmark.h>

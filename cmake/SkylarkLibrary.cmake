@@ -19,6 +19,9 @@ function(skylark_library_objects target)
   target_compile_options(${target} PRIVATE -ffunction-sections -fdata-sections
     # The box has little room, and most of the library waits for its devices or its shell anyway.
     $<$<CONFIG:Release>:-Os>)
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+    target_compile_options(${target} PRIVATE -Wthread-safety) # util/thread_annotations.h
+  endif()
   if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     # The library is linked with -Bsymbolic: its functions are never replaced by others of the same name.
     target_compile_options(${target} PRIVATE -fno-semantic-interposition)

@@ -1,6 +1,6 @@
 #include "conf/dtc_conf_checksum.h"
 
-#include "conf/dtc_conf_list.h"
+#include "conf/dtc_conf_place.h"
 #include "conf/dtc_conf_status.h"
 #include "util/file_stream.h"
 

@@ -1,8 +1,10 @@
+/// What the configuration does on the box's I2C bus, in turns with other programs.
 #pragma once
 
-#include "conf/dtc_conf_list.h"
+#include "conf/dtc_conf_place.h"
 #include "conf/dtc_conf_status.h"
-#include "periph/dtc_periph_i2c_linux.h"
+#include "periph/dtc_periph_eeprom.h"
+#include "periph/dtc_periph_led.h"
 #include "periph/dtc_periph_lock.h"
 
 #include <exception>
@@ -40,3 +42,9 @@ void withEeprom(Status status, std::string const& phrase, Work work)
 }
 
 } // namespace KORVA::DTC::CONF
+
+/// Toggles the LED 2 * count times, 100 ms apart, under the lock "i2c", so that it ends as it
+/// began. count: less than 2^31. Throws the lock's PERIPH::Exception (Timeout) when another process
+/// holds it for a second; what goes wrong while blinking only ends it, with the LED as it is then.
+/// The bus must be open and the LED's pin an output (I2C_LED::init), otherwise nothing is seen.
+void flashLED(KORVA::DTC::PERIPH::I2C_LED& led, unsigned int count);

@@ -2,20 +2,14 @@
 
 #include "conf/dtc_conf_gpp_system.h"
 #include "conf/dtc_conf_schema.h"
-#include "conf/dtc_conf_shared_text.h"
 #include "util/at_load.h"
 
+#include <cstdlib>
+
+namespace KORVA::DTC::CONF {
 namespace {
 
-namespace CONF = KORVA::DTC::CONF;
-
-CONF::SharedText& controlWord()
-{
-    static CONF::SharedText g_control("none");
-    return g_control;
-}
-
-[[gnu::init_priority(KORVA::BeforeAdapter)]] KORVA::AtLoad const made([] { controlWord(); });
+[[gnu::init_priority(BeforeAdapter)]] SharedText g_control("none");
 
 /// The service's configuration is put back before inetd reads it again, so it is on only until
 /// inetd restarts.
@@ -29,17 +23,32 @@ constexpr char const* enableInetd =
 
 } // namespace
 
+[[gnu::init_priority(BeforeAdapter)]] SharedText g_error("none");
+[[gnu::init_priority(BeforeAdapter)]] SharedText g_standbyMinutes("20");
+
+void setStandbyMinutes(std::string const& value)
+{
+    constexpr long limit = 20;
+    long const number = std::strtol(value.c_str(), nullptr, 10);
+    if (number > limit)
+        g_standbyMinutes.set(std::to_string(number));
+}
+
+} // namespace KORVA::DTC::CONF
+
+using namespace KORVA::DTC::CONF;
+
 void setControl(char const* word)
 {
-    if (std::string(word) != CONF::CONTROL::EnableInetd) {
-        controlWord().set(word);
+    if (std::string(word) != CONTROL::EnableInetd) {
+        g_control.set(word);
         return;
     }
     char output[1024];
-    CONF::popenWithStdout(enableInetd, output, sizeof output);
+    popenWithStdout(enableInetd, output, sizeof output);
 }
 
 void getControl(std::string& word)
 {
-    word = controlWord().get();
+    word = g_control.get();
 }

@@ -2,9 +2,9 @@
 
 #include "conf/dtc_conf_gpp_bus.h"
 #include "conf/dtc_conf_image.h"
-#include "conf/dtc_conf_list.h"
+#include "conf/dtc_conf_place.h"
 #include "conf/dtc_conf_status.h"
-#include "periph/dtc_periph_i2c_linux.h"
+#include "periph/dtc_periph_eeprom.h"
 
 #include <cstring>
 

@@ -4,16 +4,14 @@
 /// Each needs 20 ms for the pins, and writing 5 ms a page of 64 bytes more.
 #pragma once
 
-#include <string>
-#include <utility>
-#include <vector>
+#include "conf/dtc_conf_vars.h"
 
 /// Appends the stored variables found in the image, and removes what the EEPROM does not keep from
 /// the whole list. Throws CONF::Exception (PeripheralAccessFailed), leaving the list alone, when
 /// the device cannot be read.
-void readVarsFromEeprom(std::vector<std::pair<std::string, std::string>>& vars);
+void readVarsFromEeprom(KORVA::DTC::CONF::VariableList& vars);
 
 /// Makes the stored variables of the list the new image. Throws CONF::Exception (OperationFailed):
 /// before anything is written when they are too large, or when the device fails, which leaves the
 /// pages before the failure new.
-void writeVarsToEeprom(std::vector<std::pair<std::string, std::string>> const& vars);
+void writeVarsToEeprom(KORVA::DTC::CONF::VariableList const& vars);

@@ -1,40 +1,28 @@
 #include "conf/dtc_conf_gpp_firmware.h"
 
 #include "conf/dtc_conf_gpp_system.h"
-#include "conf/dtc_conf_list.h"
+#include "conf/dtc_conf_place.h"
 #include "conf/dtc_conf_schema.h"
-#include "conf/dtc_conf_shell_word.h"
 #include "conf/dtc_conf_status.h"
 #include "conf/dtc_conf_vars.h"
 #include "util/ustring.h"
 
 #include <exception>
+#include <iterator>
 #include <string>
 
 namespace KORVA::DTC::CONF {
 namespace {
 
-/// An image that an archive may hold, and the command that writes it from safe mode. The digit of
-/// the partition occurs in the command as nothing else.
-struct Image
-{
-    char const* name;
-    char const* command;
-    char const* partition;
-    char const* unsafePartition;
+/// The commands that write the images. N stands for the partition, and occurs as nothing else.
+constexpr char const* commands[] = {
+    "mount / -o remount,rw; mkdir -p /mnt/flash;flash_eraseall -j /dev/mtdN;"
+    "mount -t jffs2 /dev/mtdblockN /mnt/flash;tar xzf /tmp/rootfs.tar.gz -C /mnt/flash;"
+    "umount /mnt/flash;rmdir /mnt/flash;rm /tmp/rootfs.tar.gz;sleep 1",
+    "mount / -o remount,rw; flash_eraseall -j /dev/mtdN;ftl_format /dev/mtdN;"
+    "nandwrite -p /dev/mtdN /tmp/uImage;rm /tmp/uImage;sleep 1",
 };
-
-constexpr Image images[] = {
-    {"rootfs.tar.gz",
-     "mount / -o remount,rw; mkdir -p /mnt/flash;flash_eraseall -j /dev/mtd5;"
-     "mount -t jffs2 /dev/mtdblock5 /mnt/flash;tar xzf /tmp/rootfs.tar.gz -C /mnt/flash;"
-     "umount /mnt/flash;rmdir /mnt/flash;rm /tmp/rootfs.tar.gz;sleep 1",
-     "5", "3"},
-    {"uImage",
-     "mount / -o remount,rw; flash_eraseall -j /dev/mtd4;ftl_format /dev/mtd4;"
-     "nandwrite -p /dev/mtd4 /tmp/uImage;rm /tmp/uImage;sleep 1",
-     "4", "2"},
-};
+static_assert(std::size(commands) == std::size(firmwareImages));
 
 void run(std::string const& command)
 {
@@ -102,14 +90,6 @@ std::string unpack(std::string const& upload)
     return files;
 }
 
-void write(Image const& image, bool safe)
-{
-    std::string command = image.command;
-    if (!safe)
-        uString::Replace(command, image.partition, image.unsafePartition);
-    run(command);
-}
-
 int storeImages(Vars& vars, char const* file)
 {
     requireFile(file);
@@ -117,10 +97,13 @@ int storeImages(Vars& vars, char const* file)
     bool const safe = permittedMode(vars);
     std::string const files = unpack(uploadOf(file));
     int count = 0;
-    for (Image const& image : images) {
+    for (std::size_t i = 0; i < std::size(commands); ++i) {
+        FirmwareImage const& image = firmwareImages[i];
         if (files.find(image.name) == std::string::npos)
             continue;
-        write(image, safe);
+        std::string command = commands[i];
+        run(uString::Replace(command, "N",
+                             safe ? image.partitionInSafeMode : image.partitionOtherwise));
         ++count;
     }
     return count;

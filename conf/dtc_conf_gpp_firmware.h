@@ -9,9 +9,18 @@
 
 namespace KORVA::DTC::CONF {
 
+/// What an archive may hold, in the order in which it is written, and the numbers of the flash
+/// partitions that it goes to.
+struct FirmwareImage
+{
+    char const* name;
+    char const* partitionInSafeMode;
+    char const* partitionOtherwise;
+};
+constexpr FirmwareImage firmwareImages[] = {{"rootfs.tar.gz", "5", "3"}, {"uImage", "4", "2"}};
+
 /// Unpacks the archive "/tmp/NAME", NAME being what follows the last "/" in file, in "/tmp" and
-/// deletes it; then writes "rootfs.tar.gz" and "uImage", where "/tmp" now has them, to flash
-/// partitions 5 and 4 in safe mode, otherwise to 3 and 2. Takes seconds to minutes.
+/// deletes it; then writes the images, where "/tmp" now has them. Takes seconds to minutes.
 ///
 /// Returns how many of the two names occur in the listing of "/tmp", also as a part of another
 /// name: commands that fail, as for a damaged archive or a worn flash, are not noticed. Throws

@@ -1,6 +1,5 @@
 #include "conf/dtc_conf_gpp_fpga.h"
 
-#include "conf/dtc_conf_list.h"
 #include "conf/dtc_conf_schema.h"
 #include "periph/dtc_periph_fpga.h"
 #include "periph/dtc_periph_resets.h"

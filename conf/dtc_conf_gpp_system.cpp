@@ -1,8 +1,7 @@
 #include "conf/dtc_conf_gpp_system.h"
 
-#include "conf/dtc_conf_list.h"
+#include "conf/dtc_conf_place.h"
 #include "conf/dtc_conf_schema.h"
-#include "conf/dtc_conf_shell_word.h"
 #include "conf/dtc_conf_status.h"
 #include "conf/dtc_conf_vars.h"
 #include "platform/platform.h"
@@ -115,6 +114,22 @@ void popenWithStdout(char const* command, char* buffer, unsigned int size)
     if (buffer != nullptr)
         capture(stream.get(), command, buffer, size);
     discardRest(stream.get());
+}
+
+std::string shellWord(std::string const& text)
+{
+    constexpr char const* harmless =
+        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789._:/+-";
+    if (!text.empty() && text.find_first_not_of(harmless) == std::string::npos)
+        return text;
+    std::string word = "'";
+    for (char const character : text) {
+        if (character == '\'')
+            word += "'\\''"; // ends the quotes, an escaped quote, begins them again
+        else
+            word += character;
+    }
+    return word + "'";
 }
 
 } // namespace KORVA::DTC::CONF

@@ -4,11 +4,10 @@
 /// unnoticed, and its output is what there is.
 #pragma once
 
+#include "conf/dtc_conf_vars.h"
 #include "util/export.h"
 
 #include <string>
-#include <utility>
-#include <vector>
 
 namespace KORVA::DTC::CONF {
 
@@ -25,9 +24,14 @@ namespace KORVA::DTC::CONF {
 /// started.
 KORVA_API void popenWithStdout(char const* command, char* buffer, unsigned int size);
 
-} // namespace KORVA::DTC::CONF
+// What follows is for the library itself, which does not let it out.
 
-// Outside the namespace: for the library itself, which does not let them out.
+/// The text as one word of a shell command: as it stands when it has only letters, digits and
+/// "._:/+-", otherwise in single quotes. Whatever it holds, it cannot become a second command or a
+/// second word.
+std::string shellWord(std::string const& text);
+
+} // namespace KORVA::DTC::CONF
 
 /// Sets mac to the (17) characters of the network interface's hardware address and ip to its IPv4
 /// address, or either to "none". The interface is eth0, or usb0 when the environment variables
@@ -38,8 +42,8 @@ void getMacAndIpAddr(std::string& mac, std::string& ip);
 
 /// Sets the variables named time in the list to the system's clock, "2013/05/14 09:30:00", or
 /// "none" before 1970 and when the clock cannot be read. Throws CONF::Exception (SystemCallFailed).
-void readVarsFromSys(std::vector<std::pair<std::string, std::string>>& vars);
+void readVarsFromSys(KORVA::DTC::CONF::VariableList& vars);
 
 /// Sets the system's clock to the variables named time in the list, in the form above, unless they
 /// are "none". A clock that refuses its value goes unnoticed. Throws as readVarsFromSys.
-void writeVarsToSys(std::vector<std::pair<std::string, std::string>> const& vars);
+void writeVarsToSys(KORVA::DTC::CONF::VariableList const& vars);

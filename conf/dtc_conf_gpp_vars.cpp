@@ -3,10 +3,7 @@
 #include "conf/dtc_conf_gpp_control.h"
 #include "conf/dtc_conf_gpp_eeprom.h"
 #include "conf/dtc_conf_gpp_fpga.h"
-#include "conf/dtc_conf_gpp_led.h"
-#include "conf/dtc_conf_gpp_standby.h"
 #include "conf/dtc_conf_gpp_system.h"
-#include "conf/dtc_conf_list.h"
 #include "conf/dtc_conf_schema.h"
 #include "conf/dtc_conf_status.h"
 #include "conf/dtc_conf_vars.h"
@@ -111,11 +108,11 @@ void applyLiveValue(std::string const& name, std::string& value, InterfaceAddres
     else if (name == NAME::_control)
         getControl(value);
     else if (name == NAME::_error)
-        value = errorText();
+        value = g_error.get();
     else if (name == NAME::ipClient)
         value = recordedClient();
     else if (name == NAME::standbyMinutes) // for lists of callers: no source adds the pair
-        value = standbyMinutes();
+        value = g_standbyMinutes.get();
 }
 
 /// A page outside the configuration area, for the boot code: nothing here reads it.

@@ -1,6 +1,6 @@
 #include "conf/dtc_conf_image.h"
 
-#include "conf/dtc_conf_list.h"
+#include "conf/dtc_conf_place.h"
 #include "conf/dtc_conf_schema.h"
 #include "conf/dtc_conf_status.h"
 #include "conf/dtc_conf_vars.h"
@@ -10,19 +10,6 @@
 #include <string_view>
 
 namespace KORVA::DTC::CONF {
-namespace {
-
-bool isStored(std::string const& name)
-{
-    SchemaEntry* row = nullptr;
-    for (getSchema(row); row->name != nullptr; ++row) {
-        if (name == row->name)
-            return row->stored;
-    }
-    return false;
-}
-
-} // namespace
 
 void varsToBuf(VariableList const& vars, char* buf, unsigned int size, unsigned int& index)
 {
@@ -65,8 +52,9 @@ void bufToVars(VariableList& vars, char const* buf, unsigned int /*size*/)
 
 void removeNonEepromVars(KORVA::DTC::CONF::VariableList& vars)
 {
-    vars.erase(
-        std::remove_if(vars.begin(), vars.end(),
-                       [](auto const& pair) { return !KORVA::DTC::CONF::isStored(pair.first); }),
-        vars.end());
+    auto const isNotStored = [](auto const& pair) {
+        auto const* const row = KORVA::DTC::CONF::findInSchema(pair.first);
+        return row == nullptr || !row->stored;
+    };
+    vars.erase(std::remove_if(vars.begin(), vars.end(), isNotStored), vars.end());
 }

@@ -2,11 +2,8 @@
 /// and a zero byte. See docs/variables.md.
 #pragma once
 
+#include "conf/dtc_conf_vars.h"
 #include "util/export.h"
-
-#include <string>
-#include <utility>
-#include <vector>
 
 namespace KORVA::DTC::CONF {
 
@@ -16,18 +13,17 @@ namespace KORVA::DTC::CONF {
 /// in, else the position of the first that did not fit. Throws NullParameter for a null buf, and
 /// OperationFailed when the list's very first pair does not fit, with buf zeroed and index as it
 /// was.
-KORVA_API void varsToBuf(std::vector<std::pair<std::string, std::string>> const& vars, char* buf,
-                         unsigned int size, unsigned int& index);
+KORVA_API void varsToBuf(VariableList const& vars, char* buf, unsigned int size,
+                         unsigned int& index);
 
 /// Appends the pairs found in the zero-terminated text, up to the first line without "=". The first
 /// "=" of a line ends the name, which may be empty. size is not used. Throws NullParameter for a
 /// null buf.
-KORVA_API void bufToVars(std::vector<std::pair<std::string, std::string>>& vars, char const* buf,
-                         unsigned int size);
+KORVA_API void bufToVars(VariableList& vars, char const* buf, unsigned int size);
 
 } // namespace KORVA::DTC::CONF
 
 // Outside the namespace: for the library itself, which does not let it out.
 
 /// Removes every pair that the EEPROM does not keep.
-void removeNonEepromVars(std::vector<std::pair<std::string, std::string>>& vars);
+void removeNonEepromVars(KORVA::DTC::CONF::VariableList& vars);

@@ -1,6 +1,5 @@
 #include "conf/dtc_conf_schema.h"
 
-#include "conf/dtc_conf_list.h"
 #include "util/build_info.h"
 
 namespace KORVA::DTC::CONF {

@@ -3,11 +3,8 @@
 /// constructor.
 #pragma once
 
+#include "conf/dtc_conf_vars.h"
 #include "util/export.h"
-
-#include <string>
-#include <utility>
-#include <vector>
 
 namespace KORVA::DTC::CONF {
 
@@ -89,10 +86,21 @@ struct SchemaEntry
 /// and must not be changed or freed.
 KORVA_API void getSchema(SchemaEntry*& rows);
 
+/// The row of a variable, or null.
+inline SchemaEntry const* findInSchema(std::string const& name)
+{
+    SchemaEntry* row = nullptr;
+    for (getSchema(row); row->name != nullptr; ++row) {
+        if (name == row->name)
+            return row;
+    }
+    return nullptr;
+}
+
 } // namespace KORVA::DTC::CONF
 
 // Outside the namespace: for the library itself, which does not let it out.
 
 /// Appends the 34 variables with their defaults, in the order of the schema, behind what the list
 /// holds.
-void getDefaultVars(std::vector<std::pair<std::string, std::string>>& vars);
+void getDefaultVars(KORVA::DTC::CONF::VariableList& vars);

@@ -1,7 +1,6 @@
 #include "conf/dtc_conf_status.h"
 
-#include "conf/dtc_conf_shared_text.h"
-#include "util/at_load.h"
+#include "conf/dtc_conf_gpp_control.h"
 
 #include <atomic>
 #include <cstdio>
@@ -42,14 +41,6 @@ char const* textOf(Status status)
 
 std::atomic<bool> g_logEnable{false};
 
-SharedText& error()
-{
-    static SharedText g_error("none");
-    return g_error;
-}
-
-[[gnu::init_priority(BeforeAdapter)]] AtLoad const made([] { error(); });
-
 } // namespace
 
 Exception::Exception(char const* /*file*/, unsigned int /*line*/, Status status, char const* detail)
@@ -74,12 +65,7 @@ Status Exception::status() const noexcept
 void setError(char const* text)
 {
     if (text != nullptr)
-        error().set(text);
-}
-
-std::string errorText()
-{
-    return error().get();
+        g_error.set(text);
 }
 
 void logEnable()

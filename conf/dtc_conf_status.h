@@ -61,12 +61,8 @@ KORVA_API void logEnable();
 KORVA_API void logDisable();
 KORVA_API bool isLogEnabled();
 
-// For the library itself, which does not let them out.
-
-/// The text that setError replaces.
-std::string errorText();
-
-/// Writes the line and its end to standard output, in one piece, while logging is enabled.
+/// For the library itself, which does not let it out: writes the line and its end to standard
+/// output, in one piece, while logging is enabled.
 void logLine(std::string const& line);
 
 } // namespace KORVA::DTC::CONF

@@ -1,6 +1,6 @@
 #include "conf/dtc_conf_vars.h"
 
-#include "conf/dtc_conf_list.h"
+#include "conf/dtc_conf_place.h"
 #include "conf/dtc_conf_status.h"
 
 #include <algorithm>

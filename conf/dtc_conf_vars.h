@@ -13,6 +13,8 @@
 
 namespace KORVA::DTC::CONF {
 
+using VariableList = std::vector<std::pair<std::string, std::string>>;
+
 /// The box's configuration: such a list, and the operations that fill it from the box and store it
 /// back. New, it is empty. The order of the virtual operations is part of the binary interface.
 ///
@@ -25,7 +27,7 @@ namespace KORVA::DTC::CONF {
 /// which shows once its init has made the pin an output. The blinking waits for the lock for one
 /// second only; a Timeout then comes when all else that was asked for, writing too, is done.
 /// No thread may be cancelled in this library.
-class KORVA_API Vars : public std::vector<std::pair<std::string, std::string>>
+class KORVA_API Vars : public VariableList
 {
 public:
     /// Keeps a copy of the text (not null), which nothing reads; callers pass "".
@@ -64,12 +66,10 @@ private:
 
 /// Sets the first pair of the name, or appends one. Any name and value are taken; null throws
 /// NullParameter.
-KORVA_API void setValue(char const* name, char const* value,
-                        std::vector<std::pair<std::string, std::string>>& vars);
+KORVA_API void setValue(char const* name, char const* value, VariableList& vars);
 
 /// setValue for each pair of updates, in order.
-KORVA_API void updateVars(std::vector<std::pair<std::string, std::string>>& vars,
-                          std::vector<std::pair<std::string, std::string>> const& updates);
+KORVA_API void updateVars(VariableList& vars, VariableList const& updates);
 
 /// Cleans the text in a buffer of size bytes, in place: tabs become blanks, and of the rest only
 /// line feeds and the bytes 32 to 126 stay. A zero byte ends the text and is moved up with it;

@@ -4,7 +4,7 @@
 #include "conf/dtc_conf_image.h"
 #include "conf/dtc_conf_status.h"
 #include "fuzz/promise.h"
-#include "periph/dtc_periph_i2c_linux.h"
+#include "periph/dtc_periph_eeprom.h"
 
 #include <algorithm>
 #include <cstdint>

@@ -1,6 +1,6 @@
 // The text functions, on any bytes. Where a function takes several texts they are the input's
 // pieces between zero bytes: the text, what to look for in it, and what to put in its place.
-#include "conf/dtc_conf_shell_word.h"
+#include "conf/dtc_conf_gpp_system.h"
 #include "conf/dtc_conf_vars.h"
 #include "fuzz/promise.h"
 #include "util/ustring.h"

@@ -31,28 +31,6 @@ IOAdapterLibraryInterface boundTo(uDll& library)
     return interface;
 }
 
-/// A handle that the library has given out and nobody owns yet.
-class LooseHandle
-{
-public:
-    LooseHandle(void* handle, IOAdapterLibraryInterface const& interface)
-        : m_handle(handle), m_close(interface.close)
-    {}
-    ~LooseHandle()
-    {
-        if (m_close != nullptr)
-            m_close(m_handle);
-    }
-    LooseHandle(LooseHandle const&) = delete;
-    LooseHandle& operator=(LooseHandle const&) = delete;
-
-    void release() { m_close = nullptr; }
-
-private:
-    void* m_handle;
-    decltype(IOAdapterLibraryInterface::close) m_close;
-};
-
 } // namespace
 
 IOAdapterProxy::IOAdapterProxy() = default;
@@ -131,9 +109,14 @@ IOAdapter_Connection* IOAdapterProxy::connect(Function function, char const* mis
 
 IOAdapter_Connection* IOAdapterProxy::adopt(void* handle)
 {
-    LooseHandle loose(handle, m_interface);
-    auto connection = std::make_unique<IOAdapterProxy_Connection>(handle, m_interface);
-    loose.release();
+    std::unique_ptr<IOAdapterProxy_Connection> connection;
+    try {
+        connection = std::make_unique<IOAdapterProxy_Connection>(handle, m_interface);
+    } catch (...) { // out of memory: nobody owns the handle
+        if (m_interface.close != nullptr)
+            m_interface.close(handle);
+        throw;
+    }
     m_connections.push_back(std::move(connection));
     return m_connections.back().get();
 }

@@ -2,6 +2,11 @@
 
 namespace KORVA::DTC {
 
+char const* default_error()
+{
+    return "DTC_Get_Error() not found";
+}
+
 IOAdapterProxy_Connection::IOAdapterProxy_Connection(void* handle,
                                                      IOAdapterLibraryInterface& interface)
     : m_handle(handle), m_interface(interface)

@@ -1,26 +1,25 @@
 #include "periph/dtc_periph_exception.h"
 
+#include <iterator>
+
 namespace KORVA::DTC::PERIPH {
 namespace {
 
+// By status.
+constexpr char const* texts[] = {
+    "unknown status",
+    "operation failed",
+    "unable to map physical address into virtual address space",
+    "unable to unmap virtual address",
+    "timeout",
+    "invalid call sequence",
+    "access protected",
+};
+
 char const* textOf(Status status)
 {
-    switch (status) {
-    case OperationFailed:
-        return "operation failed";
-    case MapFailed:
-        return "unable to map physical address into virtual address space";
-    case UnmapFailed:
-        return "unable to unmap virtual address";
-    case Timeout:
-        return "timeout";
-    case InvalidCallSequence:
-        return "invalid call sequence";
-    case AccessProtected:
-        return "access protected";
-    default:
-        return "unknown status";
-    }
+    auto const index = static_cast<std::size_t>(status);
+    return index < std::size(texts) ? texts[index] : texts[0];
 }
 
 } // namespace

@@ -1,7 +1,6 @@
 #include "periph/dtc_periph_fpga.h"
 
 #include "periph/dtc_periph_exception.h"
-#include "periph/load_time_instance.h"
 #include "util/at_load.h"
 
 namespace KORVA::DTC::PERIPH {
@@ -21,13 +20,7 @@ bool isIn(unsigned int range, unsigned int address)
     return address >= range && address <= range + lastRegister;
 }
 
-LoadTimeInstance<FPGA>& instance()
-{
-    static LoadTimeInstance<FPGA> fpga;
-    return fpga;
-}
-
-[[gnu::init_priority(BeforeAdapter)]] AtLoad const made([] { instance(); });
+[[gnu::init_priority(BeforeAdapter)]] LoadTimeInstance<FPGA> instance;
 
 } // namespace
 
@@ -78,7 +71,7 @@ unsigned int get_mmd_index(unsigned int address)
 
 FPGA& getFPGA()
 {
-    return instance().get();
+    return instance.get();
 }
 
 } // namespace KORVA::DTC::PERIPH

@@ -9,7 +9,7 @@ namespace {
 
 constexpr char const* fileName = "dtc_periph_i2c";
 
-[[gnu::init_priority(BeforeAdapter)]] AtLoad const made([] { getI2C(); });
+[[gnu::init_priority(BeforeAdapter)]] I2C bus;
 
 } // namespace
 
@@ -40,8 +40,7 @@ void I2C::read(unsigned int address, unsigned char* data, unsigned int length)
 
 I2C& getI2C()
 {
-    static I2C i2c;
-    return i2c;
+    return bus;
 }
 
 } // namespace KORVA::DTC::PERIPH

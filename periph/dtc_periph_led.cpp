@@ -7,11 +7,7 @@
 namespace KORVA::DTC::PERIPH {
 namespace {
 
-[[gnu::init_priority(BeforeAdapter)]] AtLoad const made([] {
-    getI2CLed0();
-    getI2CLed1();
-    getI2CLed2();
-});
+[[gnu::init_priority(BeforeAdapter)]] I2C_LED leds[] = {I2C_LED(0), I2C_LED(1), I2C_LED(2)};
 
 } // namespace
 
@@ -42,20 +38,17 @@ void I2C_LED::toggle()
 
 I2C_LED& getI2CLed0()
 {
-    static I2C_LED led(0);
-    return led;
+    return leds[0];
 }
 
 I2C_LED& getI2CLed1()
 {
-    static I2C_LED led(1);
-    return led;
+    return leds[1];
 }
 
 I2C_LED& getI2CLed2()
 {
-    static I2C_LED led(2);
-    return led;
+    return leds[2];
 }
 
 } // namespace KORVA::DTC::PERIPH

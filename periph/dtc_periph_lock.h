@@ -13,7 +13,7 @@
 
 namespace KORVA::DTC::PERIPH {
 
-class KORVA_API LOCK
+class KORVA_API KORVA_CAPABILITY LOCK
 {
 public:
     /// Throws OperationFailed for a null or empty name. Touches no file.
@@ -31,19 +31,19 @@ public:
     /// after the last attempt. Nothing is held then.
     /// The holding thread may acquire locks of other names; the same name again would wait for
     /// itself.
-    void acquire(unsigned int timeout, unsigned int interval);
+    void acquire(unsigned int timeout, unsigned int interval) KORVA_ACQUIRE();
 
     /// Gives the lock up: once after each successful acquire of this object, by the same thread.
-    void release();
+    void release() KORVA_RELEASE();
 
 private:
-    bool tryCreateFile();
-    void removeFile();
+    bool tryCreateFile() KORVA_REQUIRES(m_mutex);
+    void removeFile() KORVA_REQUIRES(m_mutex);
 
     static uMutex m_mutex;
 
     std::string m_path;
-    int m_file = -1; // -1: this object holds nothing
+    int m_file KORVA_GUARDED_BY(m_mutex) = -1; // -1: this object holds nothing
 };
 
 /// The lock that guards all traffic on the I2C bus: "i2c".
@@ -55,14 +55,15 @@ public:
 };
 
 /// Holds a lock from construction to destruction. Throws as acquire does.
-class [[nodiscard]] LockHold
+class [[nodiscard]] KORVA_SCOPED_CAPABILITY LockHold
 {
 public:
-    LockHold(LOCK& lock, unsigned int timeout, unsigned int interval) : m_lock(lock)
+    LockHold(LOCK& lock, unsigned int timeout, unsigned int interval) KORVA_ACQUIRE(lock)
+        : m_lock(lock)
     {
         m_lock.acquire(timeout, interval);
     }
-    ~LockHold() { m_lock.release(); }
+    ~LockHold() KORVA_RELEASE() { m_lock.release(); }
     LockHold(LockHold const&) = delete;
     LockHold& operator=(LockHold const&) = delete;
 

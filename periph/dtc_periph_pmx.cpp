@@ -1,7 +1,6 @@
 #include "periph/dtc_periph_pmx.h"
 
 #include "periph/dtc_periph_delay.h"
-#include "periph/load_time_instance.h"
 #include "util/at_load.h"
 
 namespace KORVA::DTC::PERIPH {
@@ -9,13 +8,7 @@ namespace {
 
 constexpr unsigned int settlingUs = 10'000;
 
-LoadTimeInstance<PMX>& instance()
-{
-    static LoadTimeInstance<PMX> pmx;
-    return pmx;
-}
-
-[[gnu::init_priority(BeforeAdapter)]] AtLoad const made([] { instance(); });
+[[gnu::init_priority(BeforeAdapter)]] LoadTimeInstance<PMX> instance;
 
 } // namespace
 
@@ -53,7 +46,7 @@ volatile unsigned int& PMX::registerAt(unsigned int index)
 
 PMX& getPMX()
 {
-    return instance().get();
+    return instance.get();
 }
 
 } // namespace KORVA::DTC::PERIPH

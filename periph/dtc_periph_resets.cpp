@@ -10,14 +10,9 @@
 namespace KORVA::DTC::PERIPH {
 namespace {
 
-constexpr unsigned int fpgaPin = 6;
-constexpr unsigned int boxPin = 7;
-
-[[gnu::init_priority(BeforeAdapter)]] AtLoad const made([] {
-    getI2CFpgaReset();
-    getI2CDtcReset();
-    getI2CBoardRev();
-});
+[[gnu::init_priority(BeforeAdapter)]] I2C_RESETS fpgaReset(FPGA_RESET_PIN);
+[[gnu::init_priority(BeforeAdapter)]] I2C_RESETS boxReset(BOX_RESET_PIN);
+[[gnu::init_priority(BeforeAdapter)]] I2C_RESETS boardRevision(FPGA_RESET_PIN);
 
 } // namespace
 
@@ -43,7 +38,7 @@ void I2C_RESETS::setOutput(unsigned int level)
 
 void I2C_RESETS::assertReset()
 {
-    if (m_pin == fpgaPin)
+    if (m_pin == FPGA_RESET_PIN)
         pulseFpgaReset();
     else
         pulseBoxReset();
@@ -76,20 +71,17 @@ unsigned int I2C_RESETS::readBoardRev()
 
 I2C_RESETS& getI2CFpgaReset()
 {
-    static I2C_RESETS reset(fpgaPin);
-    return reset;
+    return fpgaReset;
 }
 
 I2C_RESETS& getI2CDtcReset()
 {
-    static I2C_RESETS reset(boxPin);
-    return reset;
+    return boxReset;
 }
 
 I2C_RESETS& getI2CBoardRev()
 {
-    static I2C_RESETS revision(fpgaPin);
-    return revision;
+    return boardRevision;
 }
 
 } // namespace KORVA::DTC::PERIPH

@@ -5,6 +5,9 @@
 
 namespace KORVA::DTC::PERIPH {
 
+constexpr unsigned int FPGA_RESET_PIN = 6;
+constexpr unsigned int BOX_RESET_PIN = 7;
+
 enum I2C_Direction { Output = 0, Input = 1 };
 
 class KORVA_API I2C_RESETS

@@ -1,4 +1,4 @@
-#include "periph/dtc_periph_i2c_linux.h"
+#include "periph/dtc_periph_eeprom.h"
 
 #include "tools/dtcctl.h"
 #include "tools/dtcctl_bus.h"

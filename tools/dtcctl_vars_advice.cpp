@@ -4,7 +4,7 @@
 #include "conf/dtc_conf_schema.h"
 #include "conf/dtc_conf_status.h"
 #include "conf/dtc_conf_vars.h"
-#include "periph/dtc_periph_i2c_linux.h"
+#include "periph/dtc_periph_eeprom.h"
 #include "tools/dtcctl_failure.h"
 #include "tools/dtcctl_text.h"
 

@@ -76,7 +76,7 @@ Answer ask(std::string const& service, bool isHeldByAnother, Access const& acces
 {
     if (isHeldByAnother)
         return {service, "busy with " + printable(access.holder), ""};
-    auto const pattern = find_admitting_pattern(access.filter, address);
+    auto const pattern = findAdmittingPattern(access.filter, address);
     if (!pattern)
         return {service, "no pattern of _ipFilter matches", ""};
     return {service, "", *pattern};
@@ -97,18 +97,18 @@ void print(std::string const& address, Access const& access)
             std::printf("refused: %s\n", reason.c_str());
         else
             std::printf("admitted by the pattern \"%s\"%s\n", pattern.c_str(),
-                        is_address_pattern(pattern) ? ""
-                                                    : ", which is no address and admits everybody");
+                        isAddressPattern(pattern) ? ""
+                                                  : ", which is no address and admits everybody");
     }
 }
 
 std::string json(Answer const& answer)
 {
-    std::string const result = !answer.reason.empty()
-                                   ? "false,\"reason\":" + jsonString(answer.reason)
-                                   : "true,\"pattern\":" + jsonString(answer.pattern) +
-                                         ",\"admits_everybody\":" +
-                                         (is_address_pattern(answer.pattern) ? "false" : "true");
+    std::string const result =
+        !answer.reason.empty()
+            ? "false,\"reason\":" + jsonString(answer.reason)
+            : "true,\"pattern\":" + jsonString(answer.pattern) +
+                  ",\"admits_everybody\":" + (isAddressPattern(answer.pattern) ? "false" : "true");
     return jsonString(answer.service) + ":{\"admitted\":" + result + "}";
 }
 

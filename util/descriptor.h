@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <unistd.h>
+#include <utility>
 
 namespace KORVA {
 
@@ -20,5 +21,30 @@ namespace KORVA {
     errno = error;
     return moved;
 }
+
+/// A descriptor with one owner; -1 is none.
+class OwnedDescriptor
+{
+public:
+    explicit OwnedDescriptor(int descriptor) : m_descriptor(descriptor) {}
+    ~OwnedDescriptor() { reset(); }
+    OwnedDescriptor(OwnedDescriptor const&) = delete;
+    OwnedDescriptor& operator=(OwnedDescriptor const&) = delete;
+
+    int get() const { return m_descriptor; }
+
+    /// Hands the descriptor over.
+    [[nodiscard]] int release() { return std::exchange(m_descriptor, -1); }
+
+    void reset(int descriptor = -1)
+    {
+        int const previous = std::exchange(m_descriptor, descriptor);
+        if (previous != -1)
+            close(previous);
+    }
+
+private:
+    int m_descriptor;
+};
 
 } // namespace KORVA

@@ -9,33 +9,15 @@
 #include <iterator>
 #include <sys/stat.h>
 #include <unistd.h>
-#include <utility>
 
 namespace KORVA {
 namespace {
 
-/// A descriptor that its destructor closes.
-class OpenFile
+OwnedDescriptor openHere(std::string const& path, int flags, mode_t mode = 0)
 {
-public:
-    OpenFile(std::string const& path, int flags, mode_t mode = 0)
-        : m_descriptor(aboveStandardStreams(
-              open(path.c_str(), flags | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, mode)))
-    {}
-    ~OpenFile()
-    {
-        if (m_descriptor != -1)
-            close(m_descriptor);
-    }
-    OpenFile(OpenFile const&) = delete;
-    OpenFile& operator=(OpenFile const&) = delete;
-
-    int descriptor() const { return m_descriptor; }
-    int release() { return std::exchange(m_descriptor, -1); }
-
-private:
-    int m_descriptor;
-};
+    int const all = flags | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+    return OwnedDescriptor(aboveStandardStreams(open(path.c_str(), all, mode)));
+}
 
 /// Sets errno when the descriptor is none, or not a regular file's, or the file has more names.
 bool isRegular(int descriptor, nlink_t mostNames)
@@ -94,8 +76,8 @@ int createBeside(std::string const& path, std::string& name)
     for (int attempt = 0; attempt < 100; ++attempt) {
         auto const now = std::chrono::steady_clock::now().time_since_epoch().count();
         name = path + "." + std::to_string(getpid()) + "." + std::to_string(now);
-        OpenFile file(name, O_WRONLY | O_CREAT | O_EXCL, 0666);
-        if (file.descriptor() != -1)
+        OwnedDescriptor file = openHere(name, O_WRONLY | O_CREAT | O_EXCL, 0666);
+        if (file.get() != -1)
             return file.release();
         if (errno != EEXIST)
             break;
@@ -119,21 +101,21 @@ bool replaceByNewFile(std::string const& path, std::string const& text)
 /// The room that the file has already is used; it is not given up before the text is in it.
 bool overwrite(std::string const& path, std::string const& text)
 {
-    OpenFile const file(path, O_WRONLY);
-    return isRegular(file.descriptor(), 1) && writeWhole(file.descriptor(), text) &&
-           ftruncate(file.descriptor(), static_cast<off_t>(text.size())) == 0;
+    OwnedDescriptor const file = openHere(path, O_WRONLY);
+    return isRegular(file.get(), 1) && writeWhole(file.get(), text) &&
+           ftruncate(file.get(), static_cast<off_t>(text.size())) == 0;
 }
 
 } // namespace
 
 FileStream openRegularFile(std::string const& path)
 {
-    OpenFile file(path, O_RDONLY);
-    if (!isRegular(file.descriptor(), static_cast<nlink_t>(-1)))
+    OwnedDescriptor file = openHere(path, O_RDONLY);
+    if (!isRegular(file.get(), static_cast<nlink_t>(-1)))
         return nullptr;
-    FileStream stream(fdopen(file.descriptor(), "r"));
+    FileStream stream(fdopen(file.get(), "r"));
     if (stream != nullptr)
-        file.release();
+        static_cast<void>(file.release());
     return stream;
 }
 

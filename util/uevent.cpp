@@ -12,12 +12,11 @@ uEvent::uEvent(bool initialState) : m_state(initialState) {}
 uEvent::~uEvent()
 {
     pthread_cond_destroy(&m_condition);
-    pthread_mutex_destroy(&m_mutex);
 }
 
 bool uEvent::Wait(unsigned int timeoutMs)
 {
-    PosixLockGuard const guard(m_mutex);
+    MutexGuard const guard(m_mutex);
     if (consume())
         return true;
     WaiterCount const counted(m_waiters);
@@ -31,7 +30,7 @@ bool uEvent::Wait(unsigned int timeoutMs)
 
 bool uEvent::Set()
 {
-    PosixLockGuard const guard(m_mutex);
+    MutexGuard const guard(m_mutex);
     m_state = true;
     if (m_waiters != 0)
         pthread_cond_broadcast(&m_condition);

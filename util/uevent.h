@@ -8,6 +8,7 @@
 #pragma once
 
 #include "util/export.h"
+#include "util/mutex.h"
 #include "util/umutex.h"
 
 #include <atomic>
@@ -54,12 +55,12 @@ private:
 
     /// Clears the event; true when it was set. The one way of consuming a signal.
     bool consume() { return m_state.exchange(false); }
-    void offerToListeners();
+    void offerToListeners() KORVA_REQUIRES(m_mutex);
 
     std::atomic<bool> m_state;
-    int m_waiters = 0;
-    pthread_mutex_t m_mutex = PTHREAD_MUTEX_INITIALIZER;
-    std::vector<uEventListener*> m_listeners;
+    int m_waiters KORVA_GUARDED_BY(m_mutex) = 0;
+    Mutex m_mutex;
+    std::vector<uEventListener*> m_listeners KORVA_GUARDED_BY(m_listenerLock);
     uMutex m_listenerLock;
     pthread_cond_t m_condition = PTHREAD_COND_INITIALIZER;
 };

@@ -25,7 +25,6 @@ uEventListener::uEventListener(uEvent** events, int count) : m_count(count)
 uEventListener::~uEventListener()
 {
     leaveEvents();
-    pthread_mutex_destroy(&m_mutex);
     pthread_cond_destroy(&m_condition);
 }
 
@@ -40,7 +39,7 @@ void uEventListener::leaveEvents()
 int uEventListener::Wait(unsigned int timeoutMs)
 {
     sched_yield();
-    PosixLockGuard const guard(m_mutex);
+    MutexGuard const guard(m_mutex);
     // Counted before the scan: a Set that comes after the scan finds this thread and wakes it, one
     // that came before has left its event set for the scan to find.
     WaiterCount const counted(m_waiters);
@@ -58,7 +57,7 @@ bool uEventListener::WakeUp(uEvent* event)
 {
     if (m_waiters == 0)
         return false;
-    PosixLockGuard const guard(m_mutex);
+    MutexGuard const guard(m_mutex);
     // Since the look at m_waiters the thread may have left; and one that has been woken but has not
     // run yet can report only one event. The event then stays set for the next Wait.
     if (m_waiters == 0 || m_wokenIndex >= 0)

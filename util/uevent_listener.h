@@ -6,6 +6,7 @@
 #pragma once
 
 #include "util/export.h"
+#include "util/mutex.h"
 
 #include <atomic>
 #include <pthread.h>
@@ -50,8 +51,8 @@ private:
     std::vector<uEvent*> m_events;
     std::atomic<int> m_waiters{0}; ///< WakeUp reads it without m_mutex.
     pthread_cond_t m_condition = PTHREAD_COND_INITIALIZER;
-    pthread_mutex_t m_mutex = PTHREAD_MUTEX_INITIALIZER;
-    int m_wokenIndex = -1;
+    Mutex m_mutex;
+    int m_wokenIndex KORVA_GUARDED_BY(m_mutex) = -1;
 };
 
 } // namespace KORVA

@@ -5,13 +5,14 @@
 #pragma once
 
 #include "util/export.h"
+#include "util/thread_annotations.h"
 
 #include <atomic>
 #include <pthread.h>
 
 namespace KORVA {
 
-class KORVA_API uMutex
+class KORVA_API KORVA_CAPABILITY uMutex
 {
 public:
     constexpr uMutex() = default;
@@ -21,11 +22,11 @@ public:
 
     /// Blocks until the calling thread owns the mutex. A thread that owns it already only goes one
     /// level deeper. Returns false, with nothing changed, when the system refuses.
-    bool Lock();
+    bool Lock() KORVA_ACQUIRE();
 
     /// Gives up one level; the last one frees the mutex. Returns false, with nothing changed, when
     /// the calling thread is not the owner.
-    bool Unlock();
+    bool Unlock() KORVA_RELEASE();
 
     bool IsLocked() const { return m_lockCount.load(std::memory_order_relaxed) > 0; }
 
@@ -37,7 +38,7 @@ private:
 
     /// Lock and Unlock for a caller that knows its thread. They stand here to become part of their
     /// callers: each message takes two turns.
-    bool acquire(pthread_t self)
+    bool acquire(pthread_t self) KORVA_ACQUIRE()
     {
         bool const owns = pthread_equal(m_owner.load(std::memory_order_relaxed), self) != 0;
         if (!owns && pthread_mutex_lock(&m_mutex) != 0)
@@ -47,7 +48,7 @@ private:
             m_owner.store(self, std::memory_order_relaxed);
         return true;
     }
-    bool release(pthread_t self)
+    bool release(pthread_t self) KORVA_RELEASE()
     {
         if (!pthread_equal(m_owner.load(std::memory_order_relaxed), self))
             return false;
@@ -77,23 +78,23 @@ private:
 
 /// Holds one level of a uMutex from construction to destruction. It belongs to the thread that made
 /// it.
-class [[nodiscard]] uMutexGuard
+class [[nodiscard]] KORVA_SCOPED_CAPABILITY uMutexGuard
 {
 public:
-    explicit uMutexGuard(uMutex& mutex) : m_mutex(mutex) { Acquire(); }
-    ~uMutexGuard() { Release(); }
+    explicit uMutexGuard(uMutex& mutex) KORVA_ACQUIRE(mutex) : m_mutex(mutex) { Acquire(); }
+    ~uMutexGuard() KORVA_RELEASE() { Release(); }
     uMutexGuard(uMutexGuard const&) = delete;
     uMutexGuard& operator=(uMutexGuard const&) = delete;
 
     /// Gives the level up for a while; Acquire takes it again. A second call in a row does nothing.
-    void Release()
+    void Release() KORVA_RELEASE()
     {
         if (!m_holds)
             return;
         m_mutex.release(m_thread);
         m_holds = false;
     }
-    void Acquire()
+    void Acquire() KORVA_ACQUIRE()
     {
         if (!m_holds)
             m_holds = m_mutex.acquire(m_thread);

@@ -44,6 +44,8 @@ Prefix const& prefixFor(double value)
 
 } // namespace
 
+uEngineeringUnits::~uEngineeringUnits() = default;
+
 std::string& uString::FromDoubleInEngrUnits(double value, std::string& out, bool append,
                                             char const* format, bool symbol)
 {

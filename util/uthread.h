@@ -76,7 +76,7 @@ public:
     static void* PosixThreadEntry(void* arg);
 
 private:
-    bool createDetached();
+    bool createDetached() KORVA_REQUIRES(m_turn);
 
     uRunnable* m_runnable;
     std::atomic<pthread_t> m_handle{0};

@@ -22,12 +22,12 @@ timespec waitDeadline(unsigned int timeoutMs)
 
 } // namespace
 
-bool waitOnCondition(pthread_cond_t& condition, pthread_mutex_t& mutex, unsigned int timeoutMs)
+bool waitOnCondition(pthread_cond_t& condition, Mutex& mutex, unsigned int timeoutMs)
 {
     if (timeoutMs == NoTimeLimit)
-        return pthread_cond_wait(&condition, &mutex) == 0;
+        return pthread_cond_wait(&condition, mutex.native()) == 0;
     timespec const deadline = waitDeadline(timeoutMs);
-    return pthread_cond_timedwait(&condition, &mutex, &deadline) == 0;
+    return pthread_cond_timedwait(&condition, mutex.native(), &deadline) == 0;
 }
 
 } // namespace KORVA

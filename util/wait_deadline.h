@@ -1,5 +1,7 @@
 #pragma once
 
+#include "util/mutex.h"
+
 #include <pthread.h>
 
 namespace KORVA {
@@ -10,23 +12,8 @@ constexpr unsigned int NoTimeLimit = 0xFFFFFFFFU;
 /// One wait on a condition, without limit for NoTimeLimit, else until timeoutMs from now on the
 /// wall clock that gettimeofday reads and condition variables wait by. Returns true when the thread
 /// was woken, for whatever reason, and false on time-out or error.
-bool waitOnCondition(pthread_cond_t& condition, pthread_mutex_t& mutex, unsigned int timeoutMs);
-
-/// Holds a system mutex from construction to destruction.
-class PosixLockGuard
-{
-public:
-    explicit PosixLockGuard(pthread_mutex_t& mutex) : m_mutex(mutex)
-    {
-        pthread_mutex_lock(&m_mutex);
-    }
-    ~PosixLockGuard() { pthread_mutex_unlock(&m_mutex); }
-    PosixLockGuard(PosixLockGuard const&) = delete;
-    PosixLockGuard& operator=(PosixLockGuard const&) = delete;
-
-private:
-    pthread_mutex_t& m_mutex;
-};
+bool waitOnCondition(pthread_cond_t& condition, Mutex& mutex, unsigned int timeoutMs)
+    KORVA_REQUIRES(mutex);
 
 /// Counts a thread among the waiting ones from construction to destruction.
 template <typename Counter>

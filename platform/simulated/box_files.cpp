@@ -2,8 +2,7 @@
 
 #include "platform/simulated/expander.h"
 #include "platform/simulated/i2c_devices.h"
-#include "platform/simulated/owned_descriptor.h"
-#include "platform/simulated/stand_ins.h"
+#include "util/mutex.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -14,7 +13,6 @@
 #include <ctime>
 #include <fcntl.h>
 #include <filesystem>
-#include <mutex>
 #include <new>
 #include <stdexcept>
 #include <sys/file.h>
@@ -66,10 +64,10 @@ std::string privateDirectory()
 std::string absoluteOnce(std::string const& named)
 {
     // Trivially destroyed, because drivers ask until the very end of the process.
-    static std::mutex mutex;
+    static Mutex mutex;
     static char lastNamed[PATH_MAX];
     static char lastAbsolute[PATH_MAX];
-    std::lock_guard<std::mutex> const guard(mutex);
+    MutexGuard const guard(mutex);
     if (named != lastNamed) {
         std::error_code error;
         std::string const absolute = fs::absolute(named, error).lexically_normal().string();
@@ -290,17 +288,11 @@ void restoreRegisters(std::string const& root)
 }
 
 BoxLock::BoxLock(std::string const& root)
-    : m_descriptor(open((root + "/run/lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644))
+    : m_file(open((root + "/run/lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644))
 {
     do {
-        m_isHeld = flock(m_descriptor, LOCK_EX) == 0;
+        m_isHeld = flock(m_file.get(), LOCK_EX) == 0;
     } while (!m_isHeld && errno == EINTR);
-}
-
-BoxLock::~BoxLock()
-{
-    if (m_descriptor != -1)
-        close(m_descriptor);
 }
 
 void appendToLog(std::string const& root, char const* name, std::string const& line)

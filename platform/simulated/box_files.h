@@ -2,6 +2,8 @@
 /// its logs.
 #pragma once
 
+#include "util/descriptor.h"
+
 #include <string>
 #include <sys/types.h>
 
@@ -16,6 +18,11 @@ std::string boxRoot();
 /// the new state.
 void renewBox();
 
+/// Puts the box's commands into a new box: stand-ins that keep real state in the box's directory,
+/// wrappers of a few harmless tools of the desk, and the state they begin with (root file system
+/// read-only, network down).
+void writeStandIns(std::string const& root);
+
 constexpr off_t fpgaRevisionRegister = 0x06000000; ///< its place in the memory
 
 /// Puts back what the register holds that the hardware lets nobody write: the FPGA's revision,
@@ -28,14 +35,11 @@ class BoxLock
 {
 public:
     explicit BoxLock(std::string const& root);
-    ~BoxLock();
-    BoxLock(BoxLock const&) = delete;
-    BoxLock& operator=(BoxLock const&) = delete;
 
     bool isHeld() const { return m_isHeld; }
 
 private:
-    int m_descriptor;
+    OwnedDescriptor m_file;
     bool m_isHeld = false;
 };
 

@@ -1,9 +1,8 @@
 #include "platform/simulated/faults.h"
 
-#include "platform/simulated/fault_state.h"
+#include "util/mutex.h"
 
 #include <cstring>
-#include <mutex>
 
 namespace KORVA::DTC::PLATFORM::FAULTS {
 namespace {
@@ -22,21 +21,21 @@ struct State
 };
 
 // Constant-initialised and trivially destroyed: usable as long as the library is in the process.
-std::mutex mutex;
-State state;
+Mutex mutex;
+State current KORVA_GUARDED_BY(mutex);
 
 template <typename Access>
 auto locked(Access access)
 {
-    std::lock_guard<std::mutex> const guard(mutex);
-    return access();
+    MutexGuard const guard(mutex);
+    return access(current);
 }
 
 } // namespace
 
 void onTransfer(unsigned int n, Transfer fault, bool andAllAfter)
 {
-    locked([=] {
+    locked([=](State& state) {
         state.transfers = 0;
         state.faultyTransfer = n;
         state.fault = fault;
@@ -46,42 +45,42 @@ void onTransfer(unsigned int n, Transfer fault, bool andAllAfter)
 
 unsigned int transfers()
 {
-    return locked([] { return state.transfers; });
+    return locked([](State& state) { return state.transfers; });
 }
 
 void hideNode(char const* boxPath)
 {
-    locked([=] { state.hiddenNode = boxPath; });
+    locked([=](State& state) { state.hiddenNode = boxPath; });
 }
 
 void refuseBinding()
 {
-    locked([] { state.refuseBinding = true; });
+    locked([](State& state) { state.refuseBinding = true; });
 }
 
 void refuseMapping()
 {
-    locked([] { state.refuseMapping = true; });
+    locked([](State& state) { state.refuseMapping = true; });
 }
 
 void refuseShell()
 {
-    locked([] { state.refuseShell = true; });
+    locked([](State& state) { state.refuseShell = true; });
 }
 
 void refuseCommand(unsigned int n)
 {
-    locked([=] { state.commandsUntilRefusal = n; });
+    locked([=](State& state) { state.commandsUntilRefusal = n; });
 }
 
 void clear()
 {
-    locked([] { state = State(); });
+    locked([](State& state) { state = State(); });
 }
 
 std::optional<Transfer> nextTransfer()
 {
-    return locked([]() -> std::optional<Transfer> {
+    return locked([](State& state) -> std::optional<Transfer> {
         unsigned int const n = ++state.transfers;
         bool const faulty =
             state.faultyTransfer != 0 &&
@@ -92,23 +91,24 @@ std::optional<Transfer> nextTransfer()
 
 bool isHidden(char const* boxPath)
 {
-    return locked(
-        [=] { return state.hiddenNode != nullptr && std::strcmp(state.hiddenNode, boxPath) == 0; });
+    return locked([=](State& state) {
+        return state.hiddenNode != nullptr && std::strcmp(state.hiddenNode, boxPath) == 0;
+    });
 }
 
 bool isBindingRefused()
 {
-    return locked([] { return state.refuseBinding; });
+    return locked([](State& state) { return state.refuseBinding; });
 }
 
 bool isMappingRefused()
 {
-    return locked([] { return state.refuseMapping; });
+    return locked([](State& state) { return state.refuseMapping; });
 }
 
 bool isNextCommandRefused()
 {
-    return locked([] {
+    return locked([](State& state) {
         bool const counts = state.commandsUntilRefusal > 0;
         return (counts && --state.commandsUntilRefusal == 0) || state.refuseShell;
     });

@@ -2,6 +2,8 @@
 /// time.
 #pragma once
 
+#include <optional>
+
 namespace KORVA::DTC::PLATFORM::FAULTS {
 
 enum class Transfer {
@@ -28,5 +30,17 @@ void refuseCommand(unsigned int n);
 
 /// No faults any more.
 void clear();
+
+// For the box itself.
+
+/// What is to happen to the transfer that begins now; counts it.
+std::optional<Transfer> nextTransfer();
+
+bool isHidden(char const* boxPath);
+bool isBindingRefused();
+bool isMappingRefused();
+
+/// Whether the shell command that begins now cannot be started; counts it.
+bool isNextCommandRefused();
 
 } // namespace KORVA::DTC::PLATFORM::FAULTS

@@ -1,7 +1,7 @@
 #include "platform/simulated/i2c_devices.h"
 
 #include "platform/simulated/expander.h"
-#include "platform/simulated/owned_descriptor.h"
+#include "util/descriptor.h"
 
 #include <algorithm>
 #include <array>
@@ -44,77 +44,63 @@ bool readExpander(int state, int /*root*/, unsigned char* bytes, std::size_t len
 
 constexpr std::size_t eepromPageBytes = 64;
 
-/// The EEPROM's address counter, kept beside its content: two bytes, high byte first.
-class AddressCounter
+/// False when not all of it can be moved.
+bool load(int file, void* bytes, std::size_t length, std::size_t offset = 0)
 {
-public:
-    explicit AddressCounter(int root)
-        : m_file(openat(root, "run/eeprom-address", O_RDWR | O_CREAT | O_CLOEXEC, 0644))
-    {}
+    return pread(file, bytes, length, static_cast<off_t>(offset)) == static_cast<ssize_t>(length);
+}
 
-    bool get(std::size_t& address) const
-    {
-        std::array<unsigned char, 2> bytes{};
-        if (pread(m_file.get(), bytes.data(), bytes.size(), 0) !=
-            static_cast<ssize_t>(bytes.size()))
-            return false;
-        address = (static_cast<std::size_t>(bytes[0]) << 8 | bytes[1]) % eepromBytes;
-        return true;
-    }
+bool save(int file, void const* bytes, std::size_t length, std::size_t offset = 0)
+{
+    return pwrite(file, bytes, length, static_cast<off_t>(offset)) == static_cast<ssize_t>(length);
+}
 
-    bool set(std::size_t address)
-    {
-        std::array<unsigned char, 2> const bytes{static_cast<unsigned char>(address >> 8),
-                                                 static_cast<unsigned char>(address)};
-        return pwrite(m_file.get(), bytes.data(), bytes.size(), 0) ==
-               static_cast<ssize_t>(bytes.size());
-    }
+OwnedDescriptor openState(int root, char const* name)
+{
+    return OwnedDescriptor(openat(root, name, O_RDWR | O_CREAT | O_CLOEXEC, 0644));
+}
 
-private:
-    OwnedDescriptor m_file;
-};
+/// An address as it comes over the bus and as the part's counter lies beside its content.
+using AddressBytes = std::array<unsigned char, 2>;
+
+std::size_t decode(unsigned char const* bytes)
+{
+    return (static_cast<std::size_t>(bytes[0]) << 8 | bytes[1]) % eepromBytes;
+}
+
+bool saveCounter(int root, std::size_t address)
+{
+    AddressBytes const bytes{static_cast<unsigned char>(address >> 8),
+                             static_cast<unsigned char>(address)};
+    return save(openState(root, "run/eeprom-address").get(), bytes.data(), bytes.size());
+}
 
 /// When the part has stored its last page and answers again: nanoseconds on the monotonic clock,
 /// which all processes share until the machine starts anew.
-class WriteCycle
+constexpr char const* writeCycle = "run/eeprom-write-cycle";
+constexpr std::int64_t writeCycleNs = 5'000'000;
+
+std::int64_t now()
 {
-public:
-    explicit WriteCycle(int root)
-        : m_file(openat(root, "run/eeprom-write-cycle", O_RDWR | O_CREAT | O_CLOEXEC, 0644))
-    {}
+    timespec time{};
+    clock_gettime(CLOCK_MONOTONIC, &time);
+    return static_cast<std::int64_t>(time.tv_sec) * 1'000'000'000 + time.tv_nsec;
+}
 
-    /// A time that lies farther ahead than a cycle lasts is of another run of the machine.
-    bool isOver() const
-    {
-        std::int64_t end = 0;
-        if (pread(m_file.get(), &end, sizeof end, 0) != sizeof end)
-            return true; // there was none yet
-        std::int64_t const current = now();
-        return end <= current || end - current > lengthNs;
-    }
+bool beginWriteCycle(int root)
+{
+    std::int64_t const end = now() + writeCycleNs;
+    return save(openState(root, writeCycle).get(), &end, sizeof end);
+}
 
-    bool begin()
-    {
-        std::int64_t const end = now() + lengthNs;
-        return pwrite(m_file.get(), &end, sizeof end, 0) == sizeof end;
-    }
-
-private:
-    static constexpr std::int64_t lengthNs = 5'000'000;
-
-    static std::int64_t now()
-    {
-        timespec time{};
-        clock_gettime(CLOCK_MONOTONIC, &time);
-        return static_cast<std::int64_t>(time.tv_sec) * 1'000'000'000 + time.tv_nsec;
-    }
-
-    OwnedDescriptor m_file;
-};
-
+/// A time that lies farther ahead than a cycle lasts is of another run of the machine.
 bool eepromAnswers(int root)
 {
-    return WriteCycle(root).isOver();
+    std::int64_t end = 0;
+    if (!load(openState(root, writeCycle).get(), &end, sizeof end))
+        return true; // there was none yet
+    std::int64_t const current = now();
+    return end <= current || end - current > writeCycleNs;
 }
 
 /// Two address bytes, high byte first, then data, which wraps round inside its page.
@@ -122,42 +108,37 @@ bool writeEeprom(int state, int root, unsigned char const* bytes, std::size_t le
 {
     if (length < 2)
         return true;
-    AddressCounter counter(root);
-    std::size_t const address = (static_cast<std::size_t>(bytes[0]) << 8 | bytes[1]) % eepromBytes;
+    std::size_t const address = decode(bytes);
     std::size_t const page = address - address % eepromPageBytes;
     std::array<unsigned char, eepromPageBytes> content{};
-    if (pread(state, content.data(), content.size(), static_cast<off_t>(page)) !=
-        static_cast<ssize_t>(content.size()))
+    if (!load(state, content.data(), content.size(), page))
         return false;
     std::size_t offset = address % eepromPageBytes;
     for (std::size_t i = 2; i < length; ++i) {
         content[offset] = bytes[i];
         offset = (offset + 1) % eepromPageBytes;
     }
-    if (!counter.set(page + offset))
+    if (!saveCounter(root, page + offset))
         return false;
     return length == 2 ||
-           (pwrite(state, content.data(), content.size(), static_cast<off_t>(page)) ==
-                static_cast<ssize_t>(content.size()) &&
-            WriteCycle(root).begin());
+           (save(state, content.data(), content.size(), page) && beginWriteCycle(root));
 }
 
 /// Runs on from the address counter, across pages and from the end to the beginning.
 bool readEeprom(int state, int root, unsigned char* bytes, std::size_t length)
 {
-    AddressCounter counter(root);
-    std::size_t address = 0;
-    if (!counter.get(address))
+    AddressBytes counter{};
+    if (!load(openState(root, "run/eeprom-address").get(), counter.data(), counter.size()))
         return false;
+    std::size_t address = decode(counter.data());
     for (std::size_t done = 0; done < length;) {
         std::size_t const piece = std::min(length - done, eepromBytes - address);
-        if (pread(state, bytes + done, piece, static_cast<off_t>(address)) !=
-            static_cast<ssize_t>(piece))
+        if (!load(state, bytes + done, piece, address))
             return false;
         done += piece;
         address = (address + piece) % eepromBytes;
     }
-    return counter.set(address);
+    return saveCounter(root, address);
 }
 
 constexpr std::array<I2cDevice, 3> devices{{

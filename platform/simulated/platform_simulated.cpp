@@ -1,9 +1,10 @@
 #include "platform/platform.h"
 
 #include "platform/simulated/box_files.h"
-#include "platform/simulated/fault_state.h"
+#include "platform/simulated/faults.h"
 #include "platform/simulated/i2c_devices.h"
 #include "util/descriptor.h"
+#include "util/mutex.h"
 
 #include <algorithm>
 #include <array>
@@ -11,7 +12,6 @@
 #include <cstring>
 #include <exception>
 #include <fcntl.h>
-#include <mutex>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -30,10 +30,10 @@ struct OpenNode
 
 // Constant-initialised and trivially destroyed: drivers use the platform while statics are made and
 // destroyed.
-std::mutex nodesMutex;
-std::array<OpenNode, 64> nodes{};
+Mutex nodesMutex;
+std::array<OpenNode, 64> nodes KORVA_GUARDED_BY(nodesMutex){};
 
-OpenNode* nodeOf(int descriptor)
+OpenNode* nodeOf(int descriptor) KORVA_REQUIRES(nodesMutex)
 {
     auto* const found =
         std::find_if(nodes.begin(), nodes.end(), [descriptor](OpenNode const& node) {
@@ -45,9 +45,9 @@ OpenNode* nodeOf(int descriptor)
 /// Says on standard error why there is no box; the same reason only once in a process.
 void complain(std::string const& reason)
 {
-    static std::mutex mutex;
+    static Mutex mutex;
     static char last[512];
-    std::lock_guard<std::mutex> const guard(mutex);
+    MutexGuard const guard(mutex);
     if (reason.compare(0, sizeof last - 1, last) == 0)
         return;
     std::snprintf(last, sizeof last, "%s", reason.c_str());
@@ -67,7 +67,7 @@ std::string rootOrComplain()
 
 bool rememberNode(int descriptor, I2cDevice const* device, std::string const& root)
 {
-    std::lock_guard<std::mutex> const guard(nodesMutex);
+    MutexGuard const guard(nodesMutex);
     auto* const place = std::find_if(nodes.begin(), nodes.end(),
                                      [](OpenNode const& node) { return node.device == nullptr; });
     if (place == nodes.end())
@@ -139,7 +139,7 @@ constexpr std::size_t largestTransfer = 8192; // source: i2c-dev of the Linux ke
 template <typename Byte, typename Move>
 ssize_t transfer(char const* kind, int descriptor, Byte* buffer, std::size_t length, Move move)
 {
-    std::lock_guard<std::mutex> const guard(nodesMutex);
+    MutexGuard const guard(nodesMutex);
     OpenNode const* const node = nodeOf(descriptor);
     if (node == nullptr) {
         errno = EBADF;
@@ -191,7 +191,7 @@ int openDevice(char const* boxPath, int flags)
 
 int bindDevice(int descriptor, unsigned int address)
 {
-    std::lock_guard<std::mutex> const guard(nodesMutex);
+    MutexGuard const guard(nodesMutex);
     OpenNode* const node = nodeOf(descriptor);
     if (node == nullptr || FAULTS::isBindingRefused()) {
         errno = node == nullptr ? ENOTTY : EBUSY;
@@ -222,7 +222,7 @@ ssize_t writeDevice(int descriptor, void const* buffer, std::size_t length)
 int closeDevice(int descriptor)
 {
     {
-        std::lock_guard<std::mutex> const guard(nodesMutex);
+        MutexGuard const guard(nodesMutex);
         OpenNode* const node = nodeOf(descriptor);
         if (node != nullptr) {
             close(node->root);

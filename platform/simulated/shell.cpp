@@ -3,17 +3,17 @@
 #include "platform/platform.h"
 
 #include "platform/simulated/box_files.h"
-#include "platform/simulated/fault_state.h"
-#include "platform/simulated/owned_descriptor.h"
+#include "platform/simulated/faults.h"
 #include "platform/simulated/shell_text.h"
+#include "util/descriptor.h"
 #include "util/file_stream.h"
+#include "util/mutex.h"
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <exception>
 #include <fcntl.h>
-#include <mutex>
 #include <spawn.h>
 #include <string>
 #include <sys/wait.h>
@@ -28,10 +28,10 @@ struct RunningCommand
     pid_t process;
 };
 
-std::mutex commandsMutex;
-std::array<RunningCommand, 64> commands{};
+Mutex commandsMutex;
+std::array<RunningCommand, 64> commands KORVA_GUARDED_BY(commandsMutex){};
 
-RunningCommand* findCommand(std::FILE const* stream)
+RunningCommand* findCommand(std::FILE const* stream) KORVA_REQUIRES(commandsMutex)
 {
     auto* const found =
         std::find_if(commands.begin(), commands.end(),
@@ -70,7 +70,7 @@ std::string scriptFor(char const* command)
 
 std::FILE* start(std::string const& root, char const* command)
 {
-    std::lock_guard<std::mutex> const guard(commandsMutex);
+    MutexGuard const guard(commandsMutex);
     RunningCommand* const place = findCommand(nullptr);
     int ends[2];
     if (place == nullptr)
@@ -117,7 +117,7 @@ int closeShell(std::FILE* stream)
 {
     pid_t process = 0;
     {
-        std::lock_guard<std::mutex> const guard(commandsMutex);
+        MutexGuard const guard(commandsMutex);
         RunningCommand* const command = findCommand(stream);
         if (command != nullptr) {
             process = command->process;

@@ -1,5 +1,3 @@
-#include "platform/simulated/stand_ins.h"
-
 #include "platform/simulated/box_files.h"
 
 #include <unistd.h>

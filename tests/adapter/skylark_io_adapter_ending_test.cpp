@@ -31,9 +31,15 @@ public:
 
     void serve() { ASSERT_EQ(library.create("dtc_conf", 0, &connection), 0) << library.error(); }
 
-    void admitPeer()
+    void serveNewcomer()
     {
+        serve();
         peer.emplace(confPort);
+    }
+
+    void serveClient()
+    {
+        serveNewcomer();
         peer->send(message("hello", 1));
         ASSERT_EQ(receive(), DTC_IO_SUCCESS);
     }
@@ -46,8 +52,9 @@ public:
     }
 
     /// The peer reads what it is sent, so slowly that the system goes on taking a little.
-    void readSlowly()
+    void serveSlowClient()
     {
+        serveClient();
         m_reader = std::async(std::launch::async, [this] {
             std::string bytes;
             do {
@@ -83,68 +90,33 @@ using Act = DTC_IO_STATUS (Scene::*)();
 struct State
 {
     char const* name;
-    void (*arrange)(Scene&);
+    void (Scene::*begin)();
+    std::string bytes; ///< which the peer sends then
     Act act;
 };
 
-constexpr State states[] = {
-    {"a server without clients waits", [](Scene& s) { s.serve(); }, &Scene::receive},
-    {"a server is asked whether it has something", [](Scene& s) { s.serve(); }, &Scene::ready},
-    {"a server waits for its client",
-     [](Scene& s) {
-         s.serve();
-         s.admitPeer();
-     },
+State const states[] = {
+    {"a server without clients waits", &Scene::serve, "", &Scene::receive},
+    {"a server is asked whether it has something", &Scene::serve, "", &Scene::ready},
+    {"a server waits for its client", &Scene::serveClient, "", &Scene::receive},
+    {"a server is in a header", &Scene::serveClient, header(9, 1).substr(0, 5), &Scene::receive},
+    {"a server is in a payload", &Scene::serveClient, header(9, 1) + "some", &Scene::receive},
+    {"a server drops a message", &Scene::serveClient, header(9'000'000, 1) + "some",
      &Scene::receive},
-    {"a server is in a header",
-     [](Scene& s) {
-         s.serve();
-         s.admitPeer();
-         s.peer->send(header(9, 1).substr(0, 5));
-     },
-     &Scene::receive},
-    {"a server is in a payload",
-     [](Scene& s) {
-         s.serve();
-         s.admitPeer();
-         s.peer->send(header(9, 1) + "some");
-     },
-     &Scene::receive},
-    {"a server is in a message that it drops",
-     [](Scene& s) {
-         s.serve();
-         s.admitPeer();
-         s.peer->send(header(9'000'000, 1) + "some");
-     },
-     &Scene::receive},
-    {"a server's client does not read",
-     [](Scene& s) {
-         s.serve();
-         s.admitPeer();
-     },
-     &Scene::send},
-    {"a server's client reads bit by bit",
-     [](Scene& s) {
-         s.serve();
-         s.admitPeer();
-         s.readSlowly();
-     },
-     &Scene::send},
-    {"a server admits a client",
-     [](Scene& s) {
-         s.serve();
-         s.peer.emplace(confPort);
-     },
-     &Scene::receive},
-    {"a client waits", [](Scene& s) { s.open(); }, &Scene::receive},
-    {"a client is in a payload",
-     [](Scene& s) {
-         s.open();
-         s.peer->send(header(9, 1) + "some");
-     },
-     &Scene::receive},
-    {"a client's server does not read", [](Scene& s) { s.open(); }, &Scene::send},
+    {"a server's client does not read", &Scene::serveClient, "", &Scene::send},
+    {"a server's client reads bit by bit", &Scene::serveSlowClient, "", &Scene::send},
+    {"a server admits a client", &Scene::serveNewcomer, "", &Scene::receive},
+    {"a client waits", &Scene::open, "", &Scene::receive},
+    {"a client is in a payload", &Scene::open, header(9, 1) + "some", &Scene::receive},
+    {"a client's server does not read", &Scene::open, "", &Scene::send},
 };
+
+void arrange(Scene& scene, State const& state)
+{
+    (scene.*state.begin)();
+    if (!state.bytes.empty())
+        scene.peer->send(state.bytes);
+}
 
 /// Returns when the thread sleeps in a system call.
 void awaitSleep(std::atomic<int> const& thread)
@@ -197,56 +169,57 @@ int repeats()
     return wanted != nullptr ? std::atoi(wanted) : 1;
 }
 
+template <typename Ending>
+void endEachState(Ending end)
+{
+    for (State const& state : states) {
+        SCOPED_TRACE(state.name);
+        for (int i = 0; i < repeats(); ++i)
+            end(state);
+    }
+}
+
 TEST(EndingTest, ClosingAConnectionWakesTheThreadsInsideAndWaitsForThem)
 {
     Library const library;
-    for (State const& state : states) {
-        SCOPED_TRACE(state.name);
-        for (int i = 0; i < repeats(); ++i) {
-            Scene scene{library};
-            state.arrange(scene);
-            endIn(state, scene, [&] { library.close(scene.connection); });
-            EXPECT_STREQ(library.error(), closedText);
-        }
-    }
+    endEachState([&](State const& state) {
+        Scene scene{library};
+        arrange(scene, state);
+        endIn(state, scene, [&] { library.close(scene.connection); });
+        EXPECT_STREQ(library.error(), closedText);
+    });
 }
 
 TEST(EndingTest, UnloadingWakesTheThreadsInsideAndWaitsForThem)
 {
-    for (State const& state : states) {
-        SCOPED_TRACE(state.name);
-        for (int i = 0; i < repeats(); ++i) {
-            std::optional<Library> library(std::in_place);
-            Scene scene{*library};
-            state.arrange(scene);
-            endIn(state, scene, [&] { library.reset(); });
-        }
-    }
+    endEachState([](State const& state) {
+        std::optional<Library> library(std::in_place);
+        Scene scene{*library};
+        arrange(scene, state);
+        endIn(state, scene, [&] { library.reset(); });
+    });
 }
 
 // The process goes on for a while when the library is at its end, and the thread with its loop.
 TEST(EndingTest, AProgramMayExitWhileItsThreadServes)
 {
-    for (State const& state : states) {
-        SCOPED_TRACE(state.name);
-        for (int i = 0; i < repeats(); ++i) {
-            Fork program([&state] {
-                std::atexit([] { std::this_thread::sleep_for(std::chrono::milliseconds(20)); });
-                static Library const& library = *new Library; // nothing closes or unloads it
-                static Scene& scene = *new Scene(library);
-                state.arrange(scene);
-                std::atomic<int> thread{0};
-                std::thread([&thread, act = state.act] {
-                    thread = static_cast<int>(syscall(SYS_gettid));
-                    while ((scene.*act)() == DTC_IO_DISCONNECTED && *library.error() != 0) {
-                    }
-                }).detach();
-                awaitSleep(thread);
-                std::exit(testing::Test::HasFailure() ? 1 : 0);
-            });
-            EXPECT_EQ(program.wait(), 0);
-        }
-    }
+    endEachState([](State const& state) {
+        Fork program([&state] {
+            std::atexit([] { std::this_thread::sleep_for(std::chrono::milliseconds(20)); });
+            static Library const& library = *new Library; // nothing closes or unloads it
+            static Scene& scene = *new Scene(library);
+            arrange(scene, state);
+            std::atomic<int> thread{0};
+            std::thread([&thread, act = state.act] {
+                thread = static_cast<int>(syscall(SYS_gettid));
+                while ((scene.*act)() == DTC_IO_DISCONNECTED && *library.error() != 0) {
+                }
+            }).detach();
+            awaitSleep(thread);
+            std::exit(testing::Test::HasFailure() ? 1 : 0);
+        });
+        EXPECT_EQ(program.wait(), 0);
+    });
 }
 
 // Threads that a child process does not have are in no call of it, and hold no lock.
@@ -254,8 +227,7 @@ TEST(EndingTest, AChildMayExitWhileAThreadOfItsParentServes)
 {
     Library const library;
     Scene scene{library};
-    scene.serve();
-    scene.admitPeer();
+    scene.serveClient();
     std::string const bytes = message("goes on", 1);
     for (std::size_t const sent : {std::size_t{0}, bytes.size() - 2}) {
         scene.peer->send(bytes.substr(0, sent));
@@ -273,8 +245,7 @@ TEST(EndingTest, AProgramMayExitInASignalHandlerThatInterruptsACall)
     Fork program([] {
         static Library const& library = *new Library;
         static Scene& scene = *new Scene(library);
-        scene.serve();
-        scene.admitPeer();
+        scene.serveClient();
         scene.peer->send(header(9, 1) + "some");
         std::signal(SIGALRM, [](int /*signal*/) { std::exit(0); });
         pthread_t const self = pthread_self();
@@ -295,8 +266,7 @@ TEST(EndingTest, SignalsDoNotKeepAConnectionOpen)
 {
     Library const library;
     Scene scene{library};
-    scene.serve();
-    scene.admitPeer();
+    scene.serveClient();
     std::thread closing([&] {
         while (!scene.peer->hasBytes()) // until the call is under way
             std::this_thread::yield();

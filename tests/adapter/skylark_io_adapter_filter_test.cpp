@@ -30,9 +30,9 @@ TEST(FilterTest, ComparesTheFourPartsOfEachPatternInTurn)
         {"9.9.9.9", "1.2.3", "9.9.9.9"}, // nor such an address
         {"", "1.2.3", std::nullopt}};
     for (auto const& [filter, address, pattern] : cases)
-        EXPECT_EQ(find_admitting_pattern(filter, address), pattern) << filter << " " << address;
-    EXPECT_TRUE(is_address_pattern("192.168.1") && is_address_pattern("...."));
-    EXPECT_FALSE(is_address_pattern("192.168") || is_address_pattern("1.2.3.4.5"));
+        EXPECT_EQ(findAdmittingPattern(filter, address), pattern) << filter << " " << address;
+    EXPECT_TRUE(isAddressPattern("192.168.1") && isAddressPattern("...."));
+    EXPECT_FALSE(isAddressPattern("192.168") || isAddressPattern("1.2.3.4.5"));
 }
 
 } // namespace

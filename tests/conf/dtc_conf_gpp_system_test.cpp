@@ -1,7 +1,7 @@
 #include "conf/dtc_conf_gpp_system.h"
 
+#include "conf/dtc_conf_gpp_bus.h"
 #include "conf/dtc_conf_gpp_fpga.h"
-#include "conf/dtc_conf_gpp_led.h"
 #include "periph/dtc_periph_exception.h"
 #include "tests/conf/box_vars.h"
 #include "tests/support/signal_storm.h"

@@ -84,7 +84,7 @@ protected:
             {"image ", boxFile("/dev/i2c/eeprom").find("dtcName=before") == std::string::npos},
             {"clock ", boxFile("/run/clock-offset") != "0\n"},
             {"record ", bootRecord() == leavesSafeMode},
-            {"error ", errorText() != "before"},
+            {"error ", g_error.get() != "before"},
             {"inetd ", boxFile("/run/inetd.conf") == telnet}};
         std::string names;
         for (auto const& [name, isDone] : changes)

@@ -1,5 +1,5 @@
+#include "conf/dtc_conf_gpp_control.h"
 #include "conf/dtc_conf_gpp_eeprom.h"
-#include "conf/dtc_conf_gpp_standby.h"
 #include "periph/dtc_periph_exception.h"
 #include "tests/conf/box_vars.h"
 #include "tests/support/child.h"
@@ -106,11 +106,11 @@ TEST_F(BoxVarsTest, TakesTheHolderFromARegularFileAndNotWithoutEnd)
 TEST_F(BoxVarsTest, SetsStandbyMinutesAboveTwenty)
 {
     Fork child([this] {
-        EXPECT_EQ(standbyMinutes(), "20");
+        EXPECT_EQ(g_standbyMinutes.get(), "20");
         request({{"standbyMinutes", " 045x"}});
         for (char const* refused : {"20", "-30", "abc", ""})
             setStandbyMinutes(refused);
-        EXPECT_EQ(standbyMinutes(), "45");
+        EXPECT_EQ(g_standbyMinutes.get(), "45");
     });
     EXPECT_EQ(child.wait(), 0);
 }

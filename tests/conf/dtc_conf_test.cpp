@@ -32,9 +32,9 @@ TEST(ConfExceptionTest, ComposesItsMessage)
 TEST(ConfStatusTest, KeepsAnErrorTextAndALogSwitch)
 {
     setError(nullptr);
-    EXPECT_EQ(errorText(), "none");
+    EXPECT_EQ(g_error.get(), "none");
     setError("");
-    EXPECT_EQ(errorText(), "");
+    EXPECT_EQ(g_error.get(), "");
     for (char const* off : {"TRUE", "1", ""}) {
         setenv("DTC_CONF_LOGGING", off, 1);
         EXPECT_FALSE(isLogEnabled()) << off;

@@ -2,14 +2,12 @@
 #include "platform/platform.h"
 #include "platform/simulated/box_files.h"
 #include "tests/support/box_state.h"
-#include "tests/support/child.h"
+#include "tests/support/small_disk.h"
 
 #include <fcntl.h>
 #include <filesystem>
 #include <gmock/gmock.h>
 #include <list>
-#include <sched.h>
-#include <sys/mount.h>
 
 using namespace KORVA::DTC;
 using namespace testing_support;
@@ -68,19 +66,6 @@ public:
 private:
     int const m_descriptor;
 };
-
-/// A small file system there, for this process alone.
-bool mountSmallDisk(std::string const& place)
-{
-    std::string const user = std::to_string(geteuid());
-    std::string const group = std::to_string(getegid());
-    if (unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0)
-        return false;
-    std::ofstream("/proc/self/uid_map") << "0 " + user + " 1";
-    std::ofstream("/proc/self/setgroups") << "deny";
-    std::ofstream("/proc/self/gid_map") << "0 " + group + " 1";
-    return mount("tmpfs", place.c_str(), "tmpfs", 0, "size=1m") == 0;
-}
 
 /// What a program does whose box lies on a disk that has become full.
 void useFullDisk(std::string const& disk)
@@ -205,18 +190,9 @@ TEST_F(SimulatedBoxTest, ExpanderPinsFollowTheConfiguration)
 
 TEST_F(SimulatedBoxTest, KillsNobodyOnAFullDisk)
 {
-    constexpr int cannot = 77;
     std::string const disk = place + "-disk";
     std::filesystem::create_directory(disk);
-    Fork user([&] {
-        if (!mountSmallDisk(disk))
-            _exit(cannot);
-        useFullDisk(disk);
-    });
-    int const status = user.wait();
-    if (status == cannot)
-        GTEST_SKIP() << "this machine allows no namespaces";
-    EXPECT_EQ(status, 0);
+    onSmallDisk(disk, "1m", [&] { useFullDisk(disk); });
 }
 
 TEST_F(SimulatedBoxTest, LogsStayWithinBounds)

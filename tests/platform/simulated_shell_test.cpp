@@ -1,4 +1,4 @@
-#include "conf/dtc_conf_shell_word.h"
+#include "conf/dtc_conf_gpp_system.h"
 #include "platform/platform.h"
 #include "platform/simulated/box_files.h"
 #include "platform/simulated/shell_text.h"

@@ -1,6 +1,5 @@
-#include "conf/dtc_conf_gpp_led.h"
-
 #include "conf/dtc_conf_gpp_bus.h"
+
 #include "periph/dtc_periph_led.h"
 #include "util/uthread.h"
 

@@ -1,4 +1,4 @@
-#include "periph/dtc_periph_i2c_linux.h"
+#include "periph/dtc_periph_eeprom.h"
 
 #include "periph/dtc_periph_delay.h"
 #include "periph/dtc_periph_exception.h"
@@ -12,10 +12,10 @@
 namespace KORVA::DTC::PERIPH {
 namespace {
 
-constexpr char const* fileName = "dtc_periph_i2c_linux";
+constexpr char const* fileName = "dtc_periph_i2c_linux"; // as the texts have it
 constexpr unsigned int addressBytes = 2;
 
-[[gnu::init_priority(BeforeAdapter)]] AtLoad const made([] { getEEPROM(); });
+[[gnu::init_priority(BeforeAdapter)]] EEPROM eeprom;
 
 /// High byte first.
 void encodeAddress(unsigned char* bytes, unsigned int address)
@@ -59,7 +59,6 @@ void EEPROM::write(unsigned int address, unsigned char const* data, unsigned int
 
 EEPROM& getEEPROM()
 {
-    static EEPROM eeprom;
     return eeprom;
 }
 

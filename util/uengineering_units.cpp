@@ -1,7 +1,0 @@
-#include "util/uengineering_units.h"
-
-namespace KORVA {
-
-uEngineeringUnits::~uEngineeringUnits() = default;
-
-} // namespace KORVA
