@@ -131,7 +131,7 @@ TEST_F(ServerTest, TellsTheThreadInAMessageThatItIsClosed)
     std::string text = message(std::string(16 << 20, 'x'), 1);
     text.pop_back();
     peer.send(text); // more than a socket takes in, so the thread has begun to read it
-    server.end_calls();
+    server.endCalls();
     EXPECT_EQ(waits.get(), DTC_IO_DISCONNECTED);
     EXPECT_STREQ(server.get_error(), "Connection has been closed");
     EXPECT_EQ(sendTo(server, peer.localPort(), 1, "x"), DTC_IO_DISCONNECTED);
@@ -150,7 +150,7 @@ TEST_F(ServerTest, LeavesSocketsAloneThatHaveTakenTheNumbersOfClientsThatLeft)
     auto waits = std::async(std::launch::async, waiting);
     while (!Call::isUnderWay(&server))
         std::this_thread::yield();
-    server.end_calls();
+    server.endCalls();
     EXPECT_EQ(waits.get(), DTC_IO_DISCONNECTED);
     EXPECT_EQ(other.receive_ready(0), DTC_IO_TIMEOUT) << "not at its end";
     EXPECT_FALSE(peer.hasBytes());
