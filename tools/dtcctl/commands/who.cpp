@@ -1,0 +1,159 @@
+#include "adapter/skylark_io_adapter_filter.h"
+#include "conf/dtc_conf_schema.h"
+#include "conf/dtc_conf_vars.h"
+
+#include "tools/dtcctl/commands.h"
+#include "tools/dtcctl/support/address.h"
+#include "tools/dtcctl/support/failure.h"
+#include "tools/dtcctl/support/library_call.h"
+#include "tools/dtcctl/support/text.h"
+
+#include <arpa/inet.h>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <memory>
+#include <vector>
+
+namespace dtcctl {
+namespace {
+
+using namespace KORVA::DTC;
+
+struct WhoOptions
+{
+    std::vector<std::string> addresses;
+    bool json = false;
+};
+
+/// What admission looks at.
+struct Access
+{
+    std::string holder; ///< "none": nobody
+    std::string filter;
+};
+
+/// What a service does with a client: refuses it for a reason, or admits it by a pattern.
+struct Answer
+{
+    std::string service;
+    std::string reason; ///< empty: admitted
+    std::string pattern;
+};
+
+/// The number of the library's address form, in the form in which a server sees its client.
+std::string dottedAddress(std::string const& given)
+{
+    std::string const form = libraryAddress(given);
+    std::string const number = form.substr(form.rfind(':') + 1); // npos + 1 is 0
+    unsigned long const host = std::strtoul(number.c_str(), nullptr, 0);
+    in_addr const address{htonl(static_cast<std::uint32_t>(host))};
+    char text[INET_ADDRSTRLEN];
+    inet_ntop(AF_INET, &address, text, sizeof text);
+    return text;
+}
+
+Access readAccess()
+{
+    LibraryCall const call;
+    CONF::Vars vars("");
+    try {
+        vars.read();
+        return {vars.getVar(CONF::NAME::ipClient), vars.getVar(CONF::NAME::_ipFilter)};
+    } catch (std::exception const& error) {
+        throw Failure(std::string("no client is admitted, the configuration cannot be read: ") +
+                      error.what());
+    }
+}
+
+bool isHeld(Access const& access)
+{
+    return access.holder != CONF::VALUE::None;
+}
+
+Answer ask(std::string const& service, bool isHeldByAnother, Access const& access,
+           std::string const& address)
+{
+    if (isHeldByAnother)
+        return {service, "busy with " + printable(access.holder), ""};
+    auto const pattern = find_admitting_pattern(access.filter, address);
+    if (!pattern)
+        return {service, "no pattern of _ipFilter matches", ""};
+    return {service, "", *pattern};
+}
+
+std::vector<Answer> answersTo(std::string const& address, Access const& access)
+{
+    bool const isHeldByAnother = isHeld(access) && access.holder != address;
+    return {ask("dtc_io", isHeldByAnother, access, address),
+            ask("dtc_conf", false, access, address)};
+}
+
+void print(std::string const& address, Access const& access)
+{
+    for (auto const& [service, reason, pattern] : answersTo(address, access)) {
+        std::printf("%-15s  %-8s  ", address.c_str(), service.c_str());
+        if (!reason.empty())
+            std::printf("refused: %s\n", reason.c_str());
+        else
+            std::printf("admitted by the pattern \"%s\"%s\n", pattern.c_str(),
+                        is_address_pattern(pattern) ? ""
+                                                    : ", which is no address and admits everybody");
+    }
+}
+
+std::string json(Answer const& answer)
+{
+    std::string const result = !answer.reason.empty()
+                                   ? "false,\"reason\":" + jsonString(answer.reason)
+                                   : "true,\"pattern\":" + jsonString(answer.pattern) +
+                                         ",\"admits_everybody\":" +
+                                         (is_address_pattern(answer.pattern) ? "false" : "true");
+    return jsonString(answer.service) + ":{\"admitted\":" + result + "}";
+}
+
+std::string toJson(std::vector<std::string> const& addresses, Access const& access)
+{
+    std::string clients;
+    for (std::string const& address : addresses) {
+        clients.append(clients.empty() ? "" : ",").append("{\"address\":" + jsonString(address));
+        for (Answer const& answer : answersTo(address, access))
+            clients.append("," + json(answer));
+        clients += "}";
+    }
+    return "{\"holder\":" + (isHeld(access) ? jsonString(access.holder) : "null") +
+           ",\"filter\":" + jsonString(access.filter) + ",\"clients\":[" + clients + "]}";
+}
+
+void tellWho(WhoOptions const& options)
+{
+    std::vector<std::string> addresses;
+    for (std::string const& given : options.addresses)
+        addresses.push_back(dottedAddress(given));
+    Access const access = readAccess();
+    if (options.json) {
+        std::puts(toJson(addresses, access).c_str());
+        return;
+    }
+    std::puts(isHeld(access) ? ("dtc_io is held by " + printable(access.holder)).c_str()
+                             : "nobody holds dtc_io");
+    for (std::string const& address : addresses)
+        print(address, access);
+}
+
+} // namespace
+
+void addWho(CLI::App& program)
+{
+    auto const options = std::make_shared<WhoOptions>();
+    CLI::App& command =
+        *program.add_subcommand("who", "Tell who holds dtc_io and which clients are admitted");
+    command.footer("Reads the configuration as admission does, which blinks the third LED once; "
+                   "nothing else changes.");
+    command.add_option("ADDRESS", options->addresses, "Client addresses to judge")->default_str("");
+    command.add_flag("--json", options->json, "As one JSON object");
+    command.callback([options] { tellWho(*options); });
+}
+
+} // namespace dtcctl
