@@ -5,7 +5,6 @@
 #include "tools/dtcctl/box/path.h"
 #include "tools/dtcctl/commands.h"
 #include "tools/dtcctl/firmware/archive.h"
-#include "tools/dtcctl/firmware/upload.h"
 #include "tools/dtcctl/support/failure.h"
 #include "tools/dtcctl/support/interrupt.h"
 #include "tools/dtcctl/support/library_call.h"

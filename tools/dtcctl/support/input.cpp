@@ -1,38 +1,36 @@
 #include "tools/dtcctl/support/input.h"
 
-#include "util/file_stream.h"
-
 #include "tools/dtcctl/support/failure.h"
 
 #include <cerrno>
 #include <charconv>
-#include <cstdio>
 #include <cstring>
+#include <memory>
 
 namespace dtcctl {
-namespace {
 
-std::string readAll(std::FILE* stream, std::string const& name)
+std::string readAll(std::FILE* stream)
 {
     std::string content;
     char bytes[1U << 16];
     while (std::size_t const count = std::fread(bytes, 1, sizeof bytes, stream))
         content.append(bytes, count);
-    if (std::ferror(stream) != 0)
-        throw Failure("cannot read " + name + ": " + std::strerror(errno));
     return content;
 }
 
-} // namespace
-
 std::string readInput(std::string const& name)
 {
-    if (name == "-")
-        return readAll(stdin, "standard input");
-    KORVA::FileStream const stream(std::fopen(name.c_str(), "rbe"));
-    if (!stream)
+    bool const isFile = name != "-";
+    std::unique_ptr<std::FILE, int (*)(std::FILE*)> const file(
+        isFile ? std::fopen(name.c_str(), "rbe") : nullptr, std::fclose);
+    if (isFile && file == nullptr)
         throw Failure("cannot open " + name + ": " + std::strerror(errno));
-    return readAll(stream.get(), name);
+    std::FILE* const stream = isFile ? file.get() : stdin;
+    std::string content = readAll(stream);
+    if (std::ferror(stream) != 0)
+        throw Failure("cannot read " + (isFile ? name : "standard input") + ": " +
+                      std::strerror(errno));
+    return content;
 }
 
 unsigned int parseNumber(std::string const& text, unsigned int most)

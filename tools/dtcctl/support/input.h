@@ -1,8 +1,12 @@
 #pragma once
 
+#include <cstdio>
 #include <string>
 
 namespace dtcctl {
+
+/// What the stream holds up to its end, or to an error that ferror tells.
+std::string readAll(std::FILE* stream);
 
 /// All bytes of the file, or of standard input when the name is "-". Throws Failure.
 std::string readInput(std::string const& name);
