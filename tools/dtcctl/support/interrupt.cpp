@@ -17,14 +17,20 @@ extern "C" void onInterrupt(int /*signal*/)
     alarm(1);
 }
 
+/// Without SA_RESTART, so that waits end.
+void handle(std::initializer_list<int> signals, void (*handler)(int))
+{
+    struct sigaction action = {};
+    action.sa_handler = handler;
+    for (int const signal : signals)
+        sigaction(signal, &action, nullptr);
+}
+
 } // namespace
 
 void catchInterrupts()
 {
-    struct sigaction action = {};
-    action.sa_handler = onInterrupt; // without SA_RESTART, so that waits end
-    for (int const signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGALRM})
-        sigaction(signal, &action, nullptr);
+    handle({SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGALRM}, onInterrupt);
 }
 
 bool interrupted()
@@ -34,10 +40,7 @@ bool interrupted()
 
 void ignoreInterrupts()
 {
-    struct sigaction action = {};
-    action.sa_handler = SIG_IGN;
-    for (int const signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGTSTP, SIGPIPE})
-        sigaction(signal, &action, nullptr);
+    handle({SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGTSTP, SIGPIPE}, SIG_IGN);
 }
 
 void sleepUnlessInterrupted(unsigned int milliseconds)

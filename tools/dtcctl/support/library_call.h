@@ -3,6 +3,10 @@
 #include "periph/dtc_periph_lock.h"
 
 #include <csignal>
+#include <cstdio>
+#include <fcntl.h>
+#include <initializer_list>
+#include <unistd.h>
 
 namespace dtcctl {
 
@@ -12,13 +16,20 @@ namespace dtcctl {
 class [[nodiscard]] HeldSignals
 {
 public:
-    HeldSignals();
-    ~HeldSignals();
+    HeldSignals()
+    {
+        sigset_t held;
+        sigemptyset(&held);
+        for (int const signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGTSTP, SIGPIPE})
+            sigaddset(&held, signal);
+        pthread_sigmask(SIG_BLOCK, &held, &m_before);
+    }
+    ~HeldSignals() { pthread_sigmask(SIG_SETMASK, &m_before, nullptr); }
     HeldSignals(HeldSignals const&) = delete;
     HeldSignals& operator=(HeldSignals const&) = delete;
 
 private:
-    sigset_t m_before;
+    sigset_t m_before{};
 };
 
 /// While it lives, what the library prints on standard output goes to standard error: standard
@@ -26,8 +37,20 @@ private:
 class [[nodiscard]] DiagnosticsToStderr
 {
 public:
-    DiagnosticsToStderr();
-    ~DiagnosticsToStderr();
+    DiagnosticsToStderr() : m_output(fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3))
+    {
+        std::fflush(stdout);
+        if (m_output != -1)
+            dup2(STDERR_FILENO, STDOUT_FILENO);
+    }
+    ~DiagnosticsToStderr()
+    {
+        std::fflush(stdout);
+        if (m_output == -1)
+            return;
+        dup2(m_output, STDOUT_FILENO);
+        close(m_output);
+    }
     DiagnosticsToStderr(DiagnosticsToStderr const&) = delete;
     DiagnosticsToStderr& operator=(DiagnosticsToStderr const&) = delete;
 
