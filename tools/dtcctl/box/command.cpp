@@ -1,10 +1,8 @@
 #include "platform/simulated/box_files.h"
 
-#include "tools/dtcctl/box/json.h"
 #include "tools/dtcctl/box/state.h"
 #include "tools/dtcctl/commands.h"
 #include "tools/dtcctl/support/interrupt.h"
-#include "tools/dtcctl/support/text.h"
 
 #include <cstdio>
 #include <memory>
@@ -20,9 +18,9 @@ struct BoxOptions
     bool renew = false;
 };
 
-void printField(char const* name, std::string const& value)
+void printField(std::string const& name, std::string const& value)
 {
-    std::printf("%-18s%s\n", name, value.c_str());
+    std::printf("%-18s%s\n", name.c_str(), printable(value).c_str());
 }
 
 std::string hex(unsigned int value, int digits)
@@ -39,49 +37,51 @@ std::string revision(unsigned int value)
            ")";
 }
 
-std::string sizeText(std::uintmax_t bytes)
+std::string sizeText(Json const& bytes)
 {
-    return std::to_string(bytes) + (bytes == 1 ? " byte" : " bytes");
+    return bytes.dump() + (bytes == 1 ? " byte" : " bytes");
 }
 
-void printLines(char const* name, std::vector<std::string> const& lines, char const* ifNone)
+void printLines(char const* name, Json const& lines, char const* ifNone)
 {
     if (lines.empty())
         return printField(name, ifNone);
     std::printf("%s\n", name);
-    for (std::string const& line : lines)
-        std::printf("  %s\n", line.c_str());
+    for (Json const& line : lines)
+        std::printf("  %s\n", line.get<std::string>().c_str());
 }
 
-void printFlash(std::vector<BoxPartition> const& flash)
+void printFlash(Json const& flash)
 {
-    for (BoxPartition const& partition : flash) {
-        printField(("flash " + printable(partition.name)).c_str(), sizeText(partition.sizeBytes));
-        for (BoxFile const& file : partition.files)
-            std::printf("  %s, %s\n", printable(file.name).c_str(),
-                        sizeText(file.sizeBytes).c_str());
+    for (Json const& partition : flash) {
+        printField("flash " + printable(partition["name"]), sizeText(partition["bytes"]));
+        for (Json const& file : partition.value("files", Json::array()))
+            std::printf("  %s, %s\n", printable(file["name"]).c_str(),
+                        sizeText(file["bytes"]).c_str());
     }
 }
 
-void print(BoxState const& state)
+void print(Json const& state)
 {
-    printField("directory", printable(state.directory));
-    for (std::size_t i = 0; i < state.leds.size(); ++i)
-        printField(("LED " + std::to_string(i)).c_str(), state.leds[i]);
-    printField("FPGA reset", state.fpgaReset);
-    printField("box reset", state.boxReset);
-    printField("board revision", std::to_string(state.boardRevision));
-    printField("FPGA revision", revision(state.fpgaRevision));
-    printField("pin multiplexer",
-               hex(state.pinMultiplexer[0], 8) + " " + hex(state.pinMultiplexer[1], 8));
-    printLines("EEPROM", state.eepromText, state.isEepromErased ? "erased" : "data, but no text");
-    printFlash(state.flash);
-    printField("root file system", state.rootFileSystem);
-    printField("network",
-               state.network +
-                   (state.address.empty() ? "" : ", address " + printable(state.address)));
-    printLines("last transfers", state.transfers, "none");
-    printLines("last commands", state.commands, "none");
+    printField("directory", state["directory"]);
+    for (std::size_t i = 0; i < state["leds"].size(); ++i)
+        printField("LED " + std::to_string(i), state["leds"][i]);
+    printField("FPGA reset", state["resets"]["fpga"]);
+    printField("box reset", state["resets"]["box"]);
+    printField("board revision", state["board_revision"].dump());
+    printField("FPGA revision", revision(state["fpga_revision"]));
+    Json const& multiplexer = state["pin_multiplexer"];
+    printField("pin multiplexer", hex(multiplexer[0], 8) + " " + hex(multiplexer[1], 8));
+    Json const& eeprom = state["eeprom"];
+    printLines("EEPROM", eeprom["text"], eeprom["erased"] ? "erased" : "data, but no text");
+    printFlash(state["flash"]);
+    printField("root file system", state["root_file_system"]);
+    Json const& network = state["network"];
+    std::string const address =
+        network["address"].is_null() ? "" : ", address " + network["address"].get<std::string>();
+    printField("network", network["state"].get<std::string>() + address);
+    printLines("last transfers", state["transfers"], "none");
+    printLines("last commands", state["commands"], "none");
 }
 
 void watch()
@@ -90,7 +90,7 @@ void watch()
     constexpr char const* clearScreen = "\033[H\033[2J";
     catchInterrupts();
     while (!interrupted()) {
-        BoxState const state = lookAtBox();
+        Json const state = lookAtBox();
         std::fputs(isatty(STDOUT_FILENO) == 1 ? clearScreen : "", stdout);
         print(state);
         sleepUnlessInterrupted(redrawIntervalMs);
@@ -105,7 +105,7 @@ void show(BoxOptions const& options)
     } else if (options.watch) {
         watch();
     } else if (options.json) {
-        std::puts(toJson(lookAtBox()).c_str());
+        std::puts(jsonLine(lookAtBox()).c_str());
     } else {
         print(lookAtBox());
     }

@@ -1,7 +1,9 @@
 #include "tools/dtcctl/box/state.h"
 
+#include "platform/platform.h"
 #include "platform/simulated/box_files.h"
 #include "platform/simulated/expander.h"
+#include "tools/dtcctl/box/path.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -26,15 +28,6 @@ std::string content(std::string const& path)
 {
     std::ifstream stream(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-}
-
-std::string bytesAt(std::string const& path, std::streamoff offset, std::size_t count)
-{
-    std::string bytes(count, '\0');
-    std::ifstream stream(path, std::ios::binary);
-    stream.seekg(offset);
-    stream.read(bytes.data(), static_cast<std::streamsize>(count));
-    return bytes;
 }
 
 /// A line that a person can read: no control characters, and not wider than a terminal.
@@ -65,67 +58,47 @@ Expander expanderIn(std::string const& path)
     return expander;
 }
 
-std::string ledIn(Expander const& expander, unsigned int pin)
+char const* pinOf(Expander const& expander, unsigned int pin, char const* low, char const* high)
 {
     if (expander.isInput(pin))
         return "released";
-    return expander.drivesHigh(pin) ? "off" : "on";
-}
-
-std::string resetIn(Expander const& expander, unsigned int pin)
-{
-    if (expander.isInput(pin))
-        return "released";
-    return expander.drivesHigh(pin) ? "driven high" : "held low";
+    return expander.drivesHigh(pin) ? high : low;
 }
 
 /// A register in the machine's byte order, as the drivers map it.
 template <typename Register>
 Register registerAt(std::string const& memory, std::streamoff address)
 {
+    char bytes[sizeof(Register)] = {};
+    std::ifstream stream(memory, std::ios::binary);
+    stream.seekg(address);
+    stream.read(bytes, sizeof bytes);
     Register value = 0;
-    std::memcpy(&value, bytesAt(memory, address, sizeof value).data(), sizeof value);
+    std::memcpy(&value, bytes, sizeof value);
     return value;
 }
 
-void fillPins(BoxState& state)
+Json eepromOf(std::string const& path)
 {
-    constexpr unsigned int fpgaResetPin = 6;
-    constexpr unsigned int boxResetPin = 7;
-    Expander const leds = expanderIn(state.directory + "/dev/i2c/bit_io");
-    for (unsigned int pin = 0; pin < state.leds.size(); ++pin)
-        state.leds[pin] = ledIn(leds, pin);
-    Expander const resets = expanderIn(state.directory + "/dev/i2c/version");
-    state.fpgaReset = resetIn(resets, fpgaResetPin);
-    state.boxReset = resetIn(resets, boxResetPin);
-    state.boardRevision = resets.pins() & 0xFU;
-}
-
-void fillRegisters(BoxState& state)
-{
-    constexpr std::streamoff revisionAddress = 0x06000000;
-    constexpr std::streamoff pinMultiplexerAddress = 0x01C40000;
-    std::string const memory = state.directory + "/dev/mem";
-    state.fpgaRevision = registerAt<std::uint16_t>(memory, revisionAddress);
-    for (std::size_t i = 0; i < state.pinMultiplexer.size(); ++i)
-        state.pinMultiplexer[i] = registerAt<std::uint32_t>(
-            memory, pinMultiplexerAddress + static_cast<std::streamoff>(4 * i));
-}
-
-void fillEeprom(BoxState& state)
-{
-    std::string const bytes = content(state.directory + "/dev/i2c/eeprom");
-    state.isEepromErased = bytes.find_first_not_of('\xFF') == std::string::npos;
+    std::string const bytes = content(path);
     constexpr char endsOfText[] = {'\0', '\xFF'};
     std::istringstream text(bytes.substr(0, bytes.find_first_of(endsOfText, 0, sizeof endsOfText)));
-    for (std::string line; state.eepromText.size() < shownLines && std::getline(text, line);)
-        state.eepromText.push_back(shown(line));
+    Json lines = Json::array();
+    for (std::string line; lines.size() < shownLines && std::getline(text, line);)
+        lines.push_back(shown(line));
+    return {{"erased", bytes.find_first_not_of('\xFF') == std::string::npos}, {"text", lines}};
+}
+
+void sortByName(Json& files)
+{
+    std::sort(files.begin(), files.end(),
+              [](Json const& a, Json const& b) { return a["name"] < b["name"]; });
 }
 
 /// Commands may be changing the tree meanwhile: what is gone when its turn comes is left out.
-std::vector<BoxFile> filesBelow(fs::path const& directory)
+Json filesBelow(fs::path const& directory)
 {
-    std::vector<BoxFile> files;
+    Json files = Json::array();
     std::error_code error;
     for (fs::recursive_directory_iterator entry(directory, error), end; !error && entry != end;
          entry.increment(error)) {
@@ -133,42 +106,46 @@ std::vector<BoxFile> filesBelow(fs::path const& directory)
         bool const isFile = entry->symlink_status(gone).type() == fs::file_type::regular;
         std::uintmax_t const size = isFile ? entry->file_size(gone) : 0;
         if (!gone && isFile)
-            files.push_back({entry->path().lexically_relative(directory).string(), size});
+            files.push_back(
+                {{"name", entry->path().lexically_relative(directory).string()}, {"bytes", size}});
     }
-    std::sort(files.begin(), files.end(),
-              [](BoxFile const& a, BoxFile const& b) { return a.name < b.name; });
+    sortByName(files);
     return files;
 }
 
-BoxPartition partitionOf(fs::directory_entry const& entry)
+Json partitionOf(fs::directory_entry const& entry)
 {
     std::error_code gone;
-    BoxPartition partition{entry.path().filename().string(), entry.is_directory(gone), 0, {}};
-    if (!partition.isDirectory) {
+    Json partition = {{"name", entry.path().filename().string()}, {"bytes", 0}};
+    if (!entry.is_directory(gone)) {
         std::uintmax_t const size = entry.file_size(gone);
-        partition.sizeBytes = gone ? 0 : size;
+        partition["bytes"] = gone ? 0 : size;
         return partition;
     }
-    partition.files = filesBelow(entry.path());
-    for (BoxFile const& file : partition.files)
-        partition.sizeBytes += file.sizeBytes;
+    std::uintmax_t sum = 0;
+    Json const files = filesBelow(entry.path());
+    for (Json const& file : files)
+        sum += file["bytes"].get<std::uintmax_t>();
+    partition["bytes"] = sum;
+    partition["files"] = files;
     return partition;
 }
 
-void fillFlash(BoxState& state)
+Json flashIn(std::string const& directory)
 {
+    Json flash = Json::array();
     std::error_code error;
-    for (fs::directory_iterator entry(state.directory + "/flash", error), end;
-         !error && entry != end; entry.increment(error))
-        state.flash.push_back(partitionOf(*entry));
-    std::sort(state.flash.begin(), state.flash.end(),
-              [](BoxPartition const& a, BoxPartition const& b) { return a.name < b.name; });
+    for (fs::directory_iterator entry(directory, error), end; !error && entry != end;
+         entry.increment(error))
+        flash.push_back(partitionOf(*entry));
+    sortByName(flash);
+    return flash;
 }
 
-std::vector<std::string> lastLines(std::string const& path)
+Json lastLines(std::string const& path)
 {
     std::istringstream text(content(path));
-    std::vector<std::string> lines;
+    Json lines = Json::array();
     for (std::string line; std::getline(text, line);) {
         if (lines.size() == shownLines)
             lines.erase(lines.begin());
@@ -179,22 +156,41 @@ std::vector<std::string> lastLines(std::string const& path)
 
 } // namespace
 
-BoxState lookAtBox()
+Json lookAtBox()
 {
-    BoxState state{};
-    state.directory = KORVA::DTC::PLATFORM::boxRoot();
-    KORVA::DTC::PLATFORM::BoxLock const lock(state.directory);
-    fillPins(state);
-    fillRegisters(state);
-    fillEeprom(state);
-    fillFlash(state);
-    state.rootFileSystem = word(state.directory + "/run/rootfs");
-    state.network = word(state.directory + "/run/network");
-    if (state.network == "up")
-        state.address = word(state.directory + "/run/address");
-    state.transfers = lastLines(state.directory + "/log/transfers.log");
-    state.commands = lastLines(state.directory + "/log/commands.log");
+    // Where the drivers have them, by the data of the board.
+    constexpr unsigned int fpgaResetPin = 6;
+    constexpr unsigned int boxResetPin = 7;
+    constexpr std::streamoff revisionAddress = 0x06000000;
+    constexpr std::streamoff pinMultiplexerAddress = 0x01C40000;
+    std::string const box = KORVA::DTC::PLATFORM::boxRoot();
+    KORVA::DTC::PLATFORM::BoxLock const lock(box);
+    Expander const leds = expanderIn(box + "/dev/i2c/bit_io");
+    Expander const resets = expanderIn(box + "/dev/i2c/version");
+    std::string const memory = box + "/dev/mem";
+    Json state = {{"directory", box}};
+    for (unsigned int const pin : {0U, 1U, 2U})
+        state["leds"].push_back(pinOf(leds, pin, "on", "off"));
+    state["resets"] = {{"fpga", pinOf(resets, fpgaResetPin, "held low", "driven high")},
+                       {"box", pinOf(resets, boxResetPin, "held low", "driven high")}};
+    state["board_revision"] = resets.pins() & 0xFU;
+    state["fpga_revision"] = registerAt<std::uint16_t>(memory, revisionAddress);
+    state["pin_multiplexer"] = {registerAt<std::uint32_t>(memory, pinMultiplexerAddress),
+                                registerAt<std::uint32_t>(memory, pinMultiplexerAddress + 4)};
+    state["eeprom"] = eepromOf(box + "/dev/i2c/eeprom");
+    state["flash"] = flashIn(box + "/flash");
+    state["root_file_system"] = word(box + "/run/rootfs");
+    std::string const network = word(box + "/run/network");
+    state["network"] = {{"state", network},
+                        {"address", network == "up" ? Json(word(box + "/run/address")) : Json()}};
+    state["transfers"] = lastLines(box + "/log/transfers.log");
+    state["commands"] = lastLines(box + "/log/commands.log");
     return state;
+}
+
+std::string boxPath(std::string const& path)
+{
+    return KORVA::DTC::PLATFORM::path(path.c_str());
 }
 
 } // namespace dtcctl

@@ -1,49 +1,20 @@
-/// What the simulated box looks like at one moment, in words and numbers that can be shown.
 #pragma once
 
-#include <array>
-#include <cstdint>
-#include <string>
-#include <vector>
+#include "tools/dtcctl/support/text.h"
 
 namespace dtcctl {
 
-struct BoxFile
-{
-    std::string name;
-    std::uintmax_t sizeBytes;
-};
-
-/// A flash partition as it lies in the box: raw bytes, or a directory of files.
-struct BoxPartition
-{
-    std::string name;
-    bool isDirectory;
-    std::uintmax_t sizeBytes; ///< of the raw bytes, or of all files
-    std::vector<BoxFile> files;
-};
-
-struct BoxState
-{
-    std::string directory;
-    std::array<std::string, 3> leds; ///< "on", "off" or "released"
-    std::string fpgaReset;           ///< "released", "held low" or "driven high"
-    std::string boxReset;
-    unsigned int boardRevision;
-    unsigned int fpgaRevision;
-    std::array<unsigned int, 2> pinMultiplexer;
-    bool isEepromErased;
-    std::vector<std::string> eepromText; ///< its first lines
-    std::vector<BoxPartition> flash;
-    std::string rootFileSystem; ///< "ro" or "rw"
-    std::string network;        ///< "up" or "down"
-    std::string address;        ///< empty while the network is down
-    std::vector<std::string> transfers;
-    std::vector<std::string> commands; ///< the last lines of the two logs, oldest first
-};
-
-/// Looks at the box, with its lock for as long as the reading takes. Makes the box when there is
-/// none. Throws std::runtime_error when its directory cannot serve.
-BoxState lookAtBox();
+/// What the simulated box looks like at one moment. Looks at it with its lock for as long as the
+/// reading takes, and makes the box when there is none. Throws std::runtime_error when its
+/// directory cannot serve.
+///
+/// An object: "directory"; "leds", each "on", "off" or "released"; "resets", "fpga" and "box", each
+/// "released", "held low" or "driven high"; the numbers "board_revision", "fpga_revision" and
+/// "pin_multiplexer", a list; "eeprom", whether it is "erased" and the first lines of its "text";
+/// "flash", for each partition its "name" and "bytes" and, where it is a directory, its "files",
+/// which are told in the same way; "root_file_system", "ro" or "rw"; "network", its "state", "up"
+/// or "down", and its "address", null while it is down; "transfers" and "commands", the last lines
+/// of the two logs, oldest first.
+Json lookAtBox();
 
 } // namespace dtcctl

@@ -34,14 +34,6 @@ struct Access
     std::string filter;
 };
 
-/// What a service does with a client: refuses it for a reason, or admits it by a pattern.
-struct Answer
-{
-    std::string service;
-    std::string reason; ///< empty: admitted
-    std::string pattern;
-};
-
 /// The number of the library's address form, in the form in which a server sees its client.
 std::string dottedAddress(std::string const& given)
 {
@@ -72,58 +64,45 @@ bool isHeld(Access const& access)
     return access.holder != CONF::VALUE::None;
 }
 
-Answer ask(std::string const& service, bool isHeldByAnother, Access const& access,
-           std::string const& address)
+/// What a service does with a client: refuses it for a reason, or admits it by a pattern.
+Json answer(bool isHeldByAnother, Access const& access, std::string const& address)
 {
     if (isHeldByAnother)
-        return {service, "busy with " + printable(access.holder), ""};
+        return {{"admitted", false}, {"reason", "busy with " + printable(access.holder)}};
     auto const pattern = find_admitting_pattern(access.filter, address);
     if (!pattern)
-        return {service, "no pattern of _ipFilter matches", ""};
-    return {service, "", *pattern};
+        return {{"admitted", false}, {"reason", "no pattern of _ipFilter matches"}};
+    return {{"admitted", true},
+            {"pattern", *pattern},
+            {"admits_everybody", !is_address_pattern(*pattern)}};
 }
 
-std::vector<Answer> answersTo(std::string const& address, Access const& access)
+Json judge(std::vector<std::string> const& addresses, Access const& access)
 {
-    bool const isHeldByAnother = isHeld(access) && access.holder != address;
-    return {ask("dtc_io", isHeldByAnother, access, address),
-            ask("dtc_conf", false, access, address)};
-}
-
-void print(std::string const& address, Access const& access)
-{
-    for (auto const& [service, reason, pattern] : answersTo(address, access)) {
-        std::printf("%-15s  %-8s  ", address.c_str(), service.c_str());
-        if (!reason.empty())
-            std::printf("refused: %s\n", reason.c_str());
-        else
-            std::printf("admitted by the pattern \"%s\"%s\n", pattern.c_str(),
-                        is_address_pattern(pattern) ? ""
-                                                    : ", which is no address and admits everybody");
-    }
-}
-
-std::string json(Answer const& answer)
-{
-    std::string const result = !answer.reason.empty()
-                                   ? "false,\"reason\":" + jsonString(answer.reason)
-                                   : "true,\"pattern\":" + jsonString(answer.pattern) +
-                                         ",\"admits_everybody\":" +
-                                         (is_address_pattern(answer.pattern) ? "false" : "true");
-    return jsonString(answer.service) + ":{\"admitted\":" + result + "}";
-}
-
-std::string toJson(std::vector<std::string> const& addresses, Access const& access)
-{
-    std::string clients;
+    Json clients = Json::array();
     for (std::string const& address : addresses) {
-        clients.append(clients.empty() ? "" : ",").append("{\"address\":" + jsonString(address));
-        for (Answer const& answer : answersTo(address, access))
-            clients.append("," + json(answer));
-        clients += "}";
+        bool const isHeldByAnother = isHeld(access) && access.holder != address;
+        clients.push_back({{"address", address},
+                           {"dtc_io", answer(isHeldByAnother, access, address)},
+                           {"dtc_conf", answer(false, access, address)}});
     }
-    return "{\"holder\":" + (isHeld(access) ? jsonString(access.holder) : "null") +
-           ",\"filter\":" + jsonString(access.filter) + ",\"clients\":[" + clients + "]}";
+    return {{"holder", isHeld(access) ? Json(access.holder) : Json()},
+            {"filter", access.filter},
+            {"clients", clients}};
+}
+
+void print(Json const& client)
+{
+    for (char const* const service : {"dtc_io", "dtc_conf"}) {
+        Json const& told = client[service];
+        std::printf("%-15s  %-8s  ", client["address"].get<std::string>().c_str(), service);
+        if (!told["admitted"])
+            std::printf("refused: %s\n", told["reason"].get<std::string>().c_str());
+        else
+            std::printf(
+                "admitted by the pattern \"%s\"%s\n", told["pattern"].get<std::string>().c_str(),
+                told["admits_everybody"] ? ", which is no address and admits everybody" : "");
+    }
 }
 
 void tellWho(WhoOptions const& options)
@@ -132,14 +111,15 @@ void tellWho(WhoOptions const& options)
     for (std::string const& given : options.addresses)
         addresses.push_back(dottedAddress(given));
     Access const access = readAccess();
+    Json const judgement = judge(addresses, access);
     if (options.json) {
-        std::puts(toJson(addresses, access).c_str());
+        std::puts(jsonLine(judgement).c_str());
         return;
     }
     std::puts(isHeld(access) ? ("dtc_io is held by " + printable(access.holder)).c_str()
                              : "nobody holds dtc_io");
-    for (std::string const& address : addresses)
-        print(address, access);
+    for (Json const& client : judgement["clients"])
+        print(client);
 }
 
 } // namespace

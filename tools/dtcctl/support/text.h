@@ -1,11 +1,22 @@
+/// What a terminal or a script gets to read of texts that may hold anything.
 #pragma once
 
+#include <nlohmann/json.hpp>
 #include <string>
 
 namespace dtcctl {
 
-/// The text as a JSON string. A byte outside printable ASCII becomes the escape of its number.
-std::string jsonString(std::string const& text);
+using Json = nlohmann::ordered_json;
+
+/// The value on one line of ASCII. A byte of a text that is beyond becomes the escape of its
+/// number.
+std::string jsonLine(Json value);
+
+/// The text as a JSON string.
+inline std::string jsonString(std::string const& text)
+{
+    return jsonLine(text);
+}
 
 /// The text for a terminal: a byte outside printable ASCII becomes \xNN.
 std::string printable(std::string const& text);

@@ -111,7 +111,7 @@ std::vector<std::string> adviceFor(VariableList const& request, VariableList con
     for (auto const& [name, value] : afterStoring(wanted)) {
         if (value == *find(wanted, name))
             continue;
-        std::string const fate = printable(name) + ": will read back as " + jsonString(value);
+        std::string const fate = printable(name) + ": will read back as " + jsonLine(value);
         if (find(request, name) == nullptr)
             throw Failure(fate + ", which was not asked for: a line feed ends a value");
         advice.push_back(fate);

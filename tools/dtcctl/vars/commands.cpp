@@ -35,16 +35,15 @@ Vars currentVars()
 
 void listVars(VarsOptions const& options)
 {
-    char const* separator = "{";
+    Json all;
     for (auto const& [name, value] : currentVars()) {
         if (options.json)
-            std::printf("%s%s:%s", separator, jsonString(name).c_str(), jsonString(value).c_str());
+            all[name] = value;
         else
             std::printf("%-15s %s\n", name.c_str(), printable(value).c_str());
-        separator = ",";
     }
     if (options.json)
-        std::puts("}");
+        std::puts(jsonLine(all).c_str());
 }
 
 void getVars(VarsOptions const& options)
@@ -65,8 +64,7 @@ void printChanges(Vars& before, Vars& after, bool withTime)
         if (value == old || (name == NAME::time && !withTime))
             continue;
         isAnyChanged = true;
-        std::printf("%s: %s -> %s\n", name.c_str(), jsonString(old).c_str(),
-                    jsonString(value).c_str());
+        std::printf("%s: %s -> %s\n", name.c_str(), jsonLine(old).c_str(), jsonLine(value).c_str());
     }
     if (!isAnyChanged)
         std::puts("nothing has changed");
