@@ -1,12 +1,13 @@
 #include "tools/dtcctl/adapter_check/checks.h"
-#include "tools/dtcctl/adapter_check/shared_memory.h"
 #include "tools/dtcctl/commands.h"
 #include "tools/dtcctl/support/text.h"
 
 #include <algorithm>
+#include <array>
 #include <climits>
 #include <cstdio>
 #include <filesystem>
+#include <iterator>
 #include <memory>
 
 namespace dtcctl {
@@ -34,50 +35,36 @@ struct Survey
     char error[1000];
 };
 
-void store(char* target, std::size_t size, char const* text)
+template <std::size_t size>
+void store(char (&target)[size], std::string const& text)
 {
-    std::snprintf(target, size, "%s", text == nullptr ? "" : text);
+    std::snprintf(target, size, "%s", text.c_str());
 }
 
 void survey(Survey& result, std::string const& file, AdapterLibrary& library)
 {
     result.isLoaded = library.load(file);
-    store(result.error, sizeof result.error, library.error().c_str());
+    store(result.error, library.error());
     if (!result.isLoaded)
         return;
-    store(result.path, sizeof result.path, library.path().c_str());
+    store(result.path, library.path());
     for (std::size_t i = 0; i < entryNames.size(); ++i)
         result.has[i] = library.has(static_cast<Entry>(i));
     if (library.has(Entry::GetVersion)) {
-        char const* const version = library.getVersion();
-        store(result.version, sizeof result.version, version);
+        char const* const version = library.call<Entry::GetVersion>();
+        store(result.version, version == nullptr ? "" : version);
         result.hasVersion = version != nullptr;
     }
     if (library.has(Entry::GetStatus)) {
-        result.status = library.getStatus();
+        result.status = library.call<Entry::GetStatus>();
         result.hasStatus = true;
     }
 }
 
-/// A check's outcome, as it is reported.
-struct Line
-{
-    std::string rule;
-    Finding finding;
-};
-
-char const* nameOf(Result result)
-{
-    static constexpr char const* names[] = {"ok", "warning", "skipped", "failed"};
-    return names[static_cast<int>(result)];
-}
-
-char const* reasonWithout(Stage stage)
-{
-    static constexpr char const* reasons[] = {"", "it does not serve", "it lets nobody connect",
-                                              "it carries no message"};
-    return reasons[static_cast<int>(stage)];
-}
+/// By Result and by Stage.
+constexpr char const* resultNames[] = {"ok", "warning", "skipped", "failed"};
+constexpr char const* reasonsWithout[] = {"", "it does not serve", "it lets nobody connect",
+                                          "it carries no message"};
 
 class Checking
 {
@@ -97,10 +84,10 @@ public:
         Finding const surveyed = surveyLibrary();
         if (!m_options.json)
             printSurvey();
-        add({"every entry point is there; one of the two that send is enough", missingEntries()});
-        add({"it tells its version and its status", surveyed});
+        add("every entry point is there; one of the two that send is enough", missingEntries());
+        add("it tells its version and its status", surveyed);
         for (Check const& check : adapterChecks())
-            add({check.rule, runCheck(check)});
+            add(check.rule, runCheck(check));
         if (m_options.json)
             printJson();
         else
@@ -117,20 +104,18 @@ private:
         Finding finding = runIsolated(
             [this](AdapterLibrary& library, Peer&) { survey(*m_survey, m_subject.file, library); },
             nullptr, m_subject.limit);
-        std::string const what = m_subject.file + ": ";
-        bool const isRefused = !m_survey->isLoaded && m_survey->error[0] != '\0';
-        if (isRefused)
-            throw Failure("cannot load " + what + m_survey->error);
         if (!m_survey->isLoaded)
-            throw Failure("cannot load " + what + finding.text);
+            throw Failure("cannot load " + m_subject.file + ": " +
+                          (m_survey->error[0] != '\0' ? m_survey->error : finding.text));
         m_subject.isOwnLibrary = isMapped(m_survey->path);
         return finding;
     }
 
-    bool has(Entry entry) const { return m_survey->has[static_cast<std::size_t>(entry)]; }
-
     Finding missingEntries() const
     {
+        auto const has = [this](Entry entry) {
+            return m_survey->has[static_cast<std::size_t>(entry)];
+        };
         std::string missing;
         for (std::size_t i = 0; i < entryNames.size(); ++i) {
             auto const entry = static_cast<Entry>(i);
@@ -144,27 +129,19 @@ private:
 
     Finding runCheck(Check const& check)
     {
-        for (Entry const entry : check.entries) {
-            if (!has(entry))
-                return {Result::Skipped, std::string(dtcctl::nameOf(entry)) + " is not there"};
-        }
-        for (Entry const entry : entriesOf(std::max(check.needs, check.shows))) {
-            if (!has(entry) && !(entry == Entry::SendV2 && has(Entry::Send)))
-                return {Result::Skipped, std::string(dtcctl::nameOf(entry)) + " is not there"};
-        }
         if (check.needs > m_stage)
-            return {Result::Skipped, reasonWithout(check.needs)};
+            return {Result::Skipped, reasonsWithout[static_cast<int>(check.needs)]};
         Finding finding = runIsolated(sideOf(check.server), sideOf(check.client), m_subject.limit);
         if (finding.result == Result::Ok)
             m_stage = std::max(m_stage, check.shows);
         return finding;
     }
 
-    Side sideOf(void (*body)(CheckSide&)) const
+    Side sideOf(std::function<void(CheckSide&)> const& body) const
     {
-        if (body == nullptr)
+        if (!body)
             return nullptr;
-        return [this, body](AdapterLibrary& library, Peer& peer) {
+        return [this, &body](AdapterLibrary& library, Peer& peer) {
             if (!library.load(m_subject.file))
                 fail(library.error());
             CheckSide side{library, peer, m_subject};
@@ -172,23 +149,19 @@ private:
         };
     }
 
-    void add(Line const& line)
+    void add(char const* rule, Finding const& finding)
     {
-        m_lines.push_back(line);
+        auto const at = static_cast<std::size_t>(finding.result);
+        ++m_counts[at];
+        m_checks.push_back({{"rule", rule}, {"result", resultNames[at]}, {"text", finding.text}});
         if (m_options.json)
             return;
-        bool const isBare = line.finding.text.empty();
-        bool const isFailed = line.finding.result == Result::Failed; // to catch the eye
-        std::printf("%-8s %s%s%s\n", isFailed ? "FAILED" : nameOf(line.finding.result),
-                    line.rule.c_str(), isBare ? "" : ": ", printable(line.finding.text).c_str());
+        bool const isFailed = finding.result == Result::Failed; // to catch the eye
+        std::printf("%-8s %s%s%s\n", isFailed ? "FAILED" : resultNames[at], rule,
+                    finding.text.empty() ? "" : ": ", printable(finding.text).c_str());
     }
 
-    unsigned int count(Result result) const
-    {
-        return static_cast<unsigned int>(
-            std::count_if(m_lines.begin(), m_lines.end(),
-                          [result](Line const& line) { return line.finding.result == result; }));
-    }
+    unsigned int count(Result result) const { return m_counts[static_cast<std::size_t>(result)]; }
 
     void printSurvey() const
     {
@@ -215,30 +188,26 @@ private:
 
     void printJson() const
     {
-        std::string entries;
+        Json entries;
         for (std::size_t i = 0; i < entryNames.size(); ++i)
-            entries.append(i == 0 ? "" : ",")
-                .append(jsonString(entryNames[i]))
-                .append(m_survey->has[i] ? ":true" : ":false");
-        std::string checks;
-        for (Line const& line : m_lines)
-            checks.append(checks.empty() ? "" : ",")
-                .append("{\"rule\":" + jsonString(line.rule) +
-                        ",\"result\":" + jsonString(nameOf(line.finding.result)) +
-                        ",\"text\":" + jsonString(line.finding.text) + "}");
-        std::string const version = m_survey->hasVersion ? jsonString(m_survey->version) : "null";
-        std::string const status = m_survey->hasStatus ? std::to_string(m_survey->status) : "null";
-        std::printf("{\"file\":%s,\"version\":%s,\"status\":%s,\"entries\":{%s},\"checks\":[%s],"
-                    "\"ok\":%u,\"failed\":%u,\"skipped\":%u,\"warnings\":%u}\n",
-                    jsonString(m_survey->path).c_str(), version.c_str(), status.c_str(),
-                    entries.c_str(), checks.c_str(), count(Result::Ok), count(Result::Failed),
-                    count(Result::Skipped), count(Result::Warning));
+            entries[entryNames[i]] = m_survey->has[i];
+        Json const report = {{"file", m_survey->path},
+                             {"version", m_survey->hasVersion ? Json(m_survey->version) : Json()},
+                             {"status", m_survey->hasStatus ? Json(m_survey->status) : Json()},
+                             {"entries", entries},
+                             {"checks", m_checks},
+                             {"ok", count(Result::Ok)},
+                             {"failed", count(Result::Failed)},
+                             {"skipped", count(Result::Skipped)},
+                             {"warnings", count(Result::Warning)}};
+        std::puts(jsonLine(report).c_str());
     }
 
     AdapterOptions const& m_options;
     Subject m_subject;
     SharedMemory<Survey> m_survey;
-    std::vector<Line> m_lines;
+    Json m_checks = Json::array();
+    std::array<unsigned int, std::size(resultNames)> m_counts{};
     Stage m_stage = Stage::Loaded;
 };
 

@@ -1,8 +1,7 @@
 #pragma once
 
-#include "tools/dtcctl/adapter_check/library.h"
-#include "tools/dtcctl/adapter_check/run.h"
-#include "tools/dtcctl/support/connection.h"
+#include "tools/dtcctl/adapter_check/isolation.h"
+#include "tools/dtcctl/support/buffer.h"
 
 #include <chrono>
 #include <string>
@@ -25,6 +24,14 @@ struct CheckSide
     AdapterLibrary& adapter;
     Peer& peer;
     Subject const& subject;
+
+    DTC_IO_STATUS open(void** handle)
+    {
+        return adapter.call<Entry::Open>(subject.address.c_str(), subject.service.c_str(), handle);
+    }
+
+    /// The library's error text in double quotes, or that there is none.
+    std::string quotedError();
 };
 
 /// Ends the check as failed unless holds, with what was seen.
@@ -36,40 +43,37 @@ void expect(bool holds, std::string const& seen);
 /// "DTC_IO_Open gave -1".
 std::string gave(Entry entry, DTC_IO_STATUS status);
 
-/// The library's error text in double quotes, or that there is none.
-std::string quotedError(AdapterLibrary& library);
-
-/// Fails with what was seen and the library's error text.
-[[noreturn]] void failWithError(AdapterLibrary& library, std::string const& seen);
-
 /// One end of a connection of the library under test. Whatever fails ends the check. A handle that
 /// is not given back goes with the process.
 class End
 {
 public:
     End(CheckSide& side, void* handle, bool isServer)
-        : m_side(side), m_handle(handle), m_isServer(isServer)
+        : m_side(&side), m_handle(handle), m_isServer(isServer)
     {}
     static End serve(CheckSide& side);
     static End open(CheckSide& side);
 
-    /// By DTC_IO_Send_V2, or DTC_IO_Send where that is missing.
-    DTC_IO_STATUS trySend(unsigned int clientId, unsigned int tag, Buffer& buffer,
-                          unsigned int length);
-    void send(unsigned int clientId, unsigned int tag, Buffer& buffer, unsigned int length);
+    /// Fills the first length bytes of its buffer with a pattern that depends on seed.
+    void fill(unsigned int length, unsigned int seed);
+    bool isFilled(unsigned int length, unsigned int seed) const;
+
+    /// Sends the first length bytes, by DTC_IO_Send_V2, or DTC_IO_Send where that is missing.
+    DTC_IO_STATUS trySend(unsigned int clientId, unsigned int tag, unsigned int length);
+    void send(unsigned int clientId, unsigned int tag, unsigned int length);
 
     /// Receives into the first size bytes; fails when the library writes beyond them.
-    Received receive(Buffer& buffer, unsigned int size, unsigned int timeoutMs);
+    Received receive(unsigned int size, unsigned int timeoutMs);
 
     /// Receives anew as long as there is a time-out and, on a server, no client, up to half of the
     /// check's time.
-    Received tryAwait(Buffer& buffer, unsigned int size);
+    Received tryAwait(unsigned int size);
 
     /// The same; fails when nothing came.
-    Received await(Buffer& buffer, unsigned int size);
+    Received await(unsigned int size);
 
     /// Awaits a message with this tag.
-    Received awaitMessage(unsigned int tag, Buffer& buffer, unsigned int size);
+    Received awaitMessage(unsigned int tag, unsigned int size);
 
     /// Sends length bytes, by a client, and awaits the same as reply.
     void exchange(unsigned int tag, unsigned int length);
@@ -78,21 +82,32 @@ public:
     /// one proceed.
     void echo();
 
-    DTC_IO_STATUS ready(unsigned int timeoutMs);
-    void close();
+    DTC_IO_STATUS ready(unsigned int timeoutMs)
+    {
+        return m_side->adapter.call<Entry::ReceiveReady>(m_handle, timeoutMs);
+    }
+
+    void close()
+    {
+        m_side->adapter.call<Entry::Close>(m_handle);
+        m_handle = nullptr;
+    }
+
     void* handle() const { return m_handle; }
+    unsigned int* words() { return m_buffer.words(); }
+    CheckSide& side() const { return *m_side; }
+    Peer& peer() const { return m_side->peer; }
 
 private:
+    static constexpr unsigned int largestMessage = 1U << 20;
+    static constexpr unsigned int guardBytes = 64; ///< that must stay behind a message
+
     bool isWaiting(DTC_IO_STATUS status) const;
 
-    CheckSide& m_side;
+    CheckSide* m_side;
     void* m_handle;
     bool m_isServer;
+    Buffer m_buffer{largestMessage + guardBytes};
 };
-
-/// A pattern of length bytes that depends on seed.
-void fill(Buffer& buffer, unsigned int length, unsigned int seed);
-Buffer filled(unsigned int size, unsigned int length, unsigned int seed);
-bool isFilled(Buffer& buffer, unsigned int length, unsigned int seed);
 
 } // namespace dtcctl

@@ -5,10 +5,8 @@
 
 #include <array>
 #include <atomic>
-#include <exception>
 #include <string>
-#include <type_traits>
-#include <vector>
+#include <tuple>
 
 namespace dtcctl {
 
@@ -33,16 +31,36 @@ constexpr std::array<char const*, 12> entryNames = {
     "DTC_IO_Close",    "DTC_IO_Send",     "DTC_IO_Send_V2",   "DTC_IO_Receive_Ready",
     "DTC_IO_Receive",  "DTC_IO_Local_Id", "DTC_IO_Get_State", "DTC_Get_Error"};
 
+/// In the same order.
+using EntryTypes =
+    std::tuple<decltype(&DTC_Get_Version), decltype(&DTC_Get_Status), decltype(&DTC_IO_Create),
+               decltype(&DTC_IO_Open), decltype(&DTC_IO_Close),
+               DTC_IO_STATUS (*)(void*, unsigned int, unsigned int, unsigned int*, unsigned int),
+               decltype(&DTC_IO_Send_V2), decltype(&DTC_IO_Receive_Ready),
+               decltype(&DTC_IO_Receive), decltype(&DTC_IO_Local_Id), decltype(&DTC_IO_Get_State),
+               decltype(&DTC_Get_Error)>;
+
 constexpr char const* nameOf(Entry entry)
 {
-    return entryNames[static_cast<unsigned int>(entry)];
+    return entryNames[static_cast<std::size_t>(entry)];
 }
 
 /// The function of the library that is running, null outside of it: it tells another process where
-/// the library was when it took this one down.
+/// the library was when it took this one down, and a catcher where an exception came from.
 using RunningCall = std::atomic<char const*>;
 
-/// An adapter library, each of its functions called by name. Only call what has() knows.
+/// CutOff: the other side has ended, and what that says counts.
+enum class Result : int { Ok, Warning, Skipped, Failed, CutOff };
+
+/// How a check ended; thrown inside it to end it otherwise than Ok.
+struct Finding
+{
+    Result result = Result::Ok;
+    std::string text{};
+};
+
+/// An adapter library, each of its functions called by name. The call of one that it lacks skips
+/// the check.
 class AdapterLibrary
 {
 public:
@@ -56,91 +74,34 @@ public:
     /// The path that the dynamic loader found.
     std::string path() const;
 
-    /// See looseEntries of dtcctl_adapter_binding.h.
-    std::vector<std::string> looseEntries() const;
+    bool has(Entry entry) const { return m_addresses[static_cast<std::size_t>(entry)] != nullptr; }
 
-    bool has(Entry entry) const { return address(entry) != nullptr; }
-
-    char const* getVersion() { return call<decltype(&DTC_Get_Version)>(Entry::GetVersion); }
-    int getStatus() { return call<decltype(&DTC_Get_Status)>(Entry::GetStatus); }
-    char const* getError() { return call<decltype(&DTC_Get_Error)>(Entry::GetError); }
+    template <Entry entry, typename... Arguments>
+    auto call(Arguments... arguments)
+    {
+        constexpr auto at = static_cast<std::size_t>(entry);
+        auto const function =
+            reinterpret_cast<std::tuple_element_t<at, EntryTypes>>(m_addresses[at]);
+        if (function == nullptr)
+            throw Finding{Result::Skipped, entryNames[at] + std::string(" is not there")};
+        m_running = entryNames[at];
+        if constexpr (entry == Entry::Close) {
+            function(arguments...);
+            m_running = nullptr;
+        } else {
+            auto const result = function(arguments...);
+            m_running = nullptr;
+            return result;
+        }
+    }
 
     DTC_IO_STATUS create(char const* service, void** connection)
     {
         constexpr unsigned int param = 10; // the listener's
-        return call<decltype(&DTC_IO_Create)>(Entry::Create, service, param, connection);
-    }
-    DTC_IO_STATUS open(char const* address, char const* service, void** connection)
-    {
-        return call<decltype(&DTC_IO_Open)>(Entry::Open, address, service, connection);
-    }
-    void close(void* connection) { call<decltype(&DTC_IO_Close)>(Entry::Close, connection); }
-
-    DTC_IO_STATUS sendOld(void* connection, unsigned int clientId, unsigned int tag,
-                          unsigned int* buffer, unsigned int length)
-    {
-        using Function =
-            DTC_IO_STATUS (*)(void*, unsigned int, unsigned int, unsigned int*, unsigned int);
-        return call<Function>(Entry::Send, connection, clientId, tag, buffer, length);
-    }
-    DTC_IO_STATUS sendV2(void* connection, unsigned int clientId, unsigned int tag,
-                         unsigned int* buffer, unsigned int length, unsigned int* sent)
-    {
-        return call<decltype(&DTC_IO_Send_V2)>(Entry::SendV2, connection, clientId, tag, buffer,
-                                               length, sent);
-    }
-    DTC_IO_STATUS receiveReady(void* connection, unsigned int timeoutMs)
-    {
-        return call<decltype(&DTC_IO_Receive_Ready)>(Entry::ReceiveReady, connection, timeoutMs);
-    }
-    DTC_IO_STATUS receive(void* connection, unsigned int* clientId, unsigned int* tag,
-                          unsigned int* buffer, unsigned int size, unsigned int* received,
-                          unsigned int timeoutMs)
-    {
-        return call<decltype(&DTC_IO_Receive)>(Entry::Receive, connection, clientId, tag, buffer,
-                                               size, received, timeoutMs);
-    }
-    DTC_IO_STATUS localId(void* connection, unsigned int* id)
-    {
-        return call<decltype(&DTC_IO_Local_Id)>(Entry::LocalId, connection, id);
-    }
-    DTC_IO_STATUS getState(void* connection, DTC_IO_LOADERIF** state)
-    {
-        return call<decltype(&DTC_IO_Get_State)>(Entry::GetState, connection, state);
+        return call<Entry::Create>(service, param, connection);
     }
 
 private:
-    /// Left in place by an exception, so that its catcher can tell where it came from.
-    class CallMark
-    {
-    public:
-        CallMark(RunningCall& running, char const* name)
-            : m_running(running), m_exceptions(std::uncaught_exceptions())
-        {
-            m_running = name;
-        }
-        ~CallMark()
-        {
-            if (std::uncaught_exceptions() == m_exceptions)
-                m_running = nullptr;
-        }
-        CallMark(CallMark const&) = delete;
-        CallMark& operator=(CallMark const&) = delete;
-
-    private:
-        RunningCall& m_running;
-        int m_exceptions;
-    };
-
-    void* address(Entry entry) const { return m_addresses[static_cast<unsigned int>(entry)]; }
-
-    template <typename Function, typename... Arguments>
-    std::invoke_result_t<Function, Arguments...> call(Entry entry, Arguments... arguments)
-    {
-        CallMark const mark(m_running, nameOf(entry));
-        return reinterpret_cast<Function>(address(entry))(arguments...);
-    }
-
     RunningCall& m_running;
     KORVA::uDll m_dll{nullptr, -1};
     std::array<void*, entryNames.size()> m_addresses{};

@@ -23,10 +23,6 @@ char const* meaning(DTC_IO_STATUS status)
 
 } // namespace
 
-Buffer::Buffer(unsigned int sizeBytes)
-    : m_sizeBytes(sizeBytes), m_words(new unsigned int[sizeBytes / sizeof(unsigned int) + 1])
-{}
-
 Connection Connection::serve(std::string const& service)
 {
     void* handle = nullptr;

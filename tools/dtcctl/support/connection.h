@@ -1,37 +1,11 @@
 #pragma once
 
-#include "adapter/dtc_io.h"
+#include "tools/dtcctl/support/buffer.h"
 
 #include <memory>
 #include <string>
 
 namespace dtcctl {
-
-/// The bytes of a message. Not initialised, so that room for a large one costs nothing until it
-/// comes.
-class Buffer
-{
-public:
-    explicit Buffer(unsigned int sizeBytes);
-
-    unsigned int size() const { return m_sizeBytes; }
-    unsigned int* words() { return m_words.get(); }
-    unsigned char* bytes() { return reinterpret_cast<unsigned char*>(m_words.get()); }
-
-private:
-    unsigned int m_sizeBytes;
-    std::unique_ptr<unsigned int[]> m_words;
-};
-
-/// What one receive brought: its status and, if that is success, the message's sender, tag and
-/// length.
-struct Received
-{
-    DTC_IO_STATUS status;
-    unsigned int clientId;
-    unsigned int tag;
-    unsigned int length;
-};
 
 /// One end of a connection, closed when it goes out of scope.
 class Connection

@@ -12,12 +12,6 @@ using Json = nlohmann::ordered_json;
 /// number.
 std::string jsonLine(Json value);
 
-/// The text as a JSON string.
-inline std::string jsonString(std::string const& text)
-{
-    return jsonLine(text);
-}
-
 /// The text for a terminal: a byte outside printable ASCII becomes \xNN.
 std::string printable(std::string const& text);
 

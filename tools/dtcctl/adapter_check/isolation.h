@@ -1,10 +1,15 @@
+/// Runs code that may crash, hang or end the process, in processes of its own.
 #pragma once
 
+#include "tools/dtcctl/adapter_check/library.h"
 #include "tools/dtcctl/support/failure.h"
 
 #include <cerrno>
+#include <chrono>
 #include <cstring>
+#include <functional>
 #include <new>
+#include <string>
 #include <sys/mman.h>
 #include <type_traits>
 
@@ -35,5 +40,29 @@ public:
 private:
     T* m_object;
 };
+
+/// The way from one side of a check to the other: each proceed() of one side lets one await() of
+/// the other return. When the other has ended both end this side.
+class Peer
+{
+public:
+    explicit Peer(int descriptor) : m_descriptor(descriptor) {}
+
+    void proceed();
+    void await();
+
+    /// Whether await would return at once.
+    bool mayProceed();
+
+private:
+    int m_descriptor;
+};
+
+/// One side of a check, with a library that it has to load.
+using Side = std::function<void(AdapterLibrary&, Peer&)>;
+
+/// Runs each side in a new process until all have ended or the time is over, and ends what is left
+/// of them. client may be empty. Standard output of the sides goes to standard error.
+Finding runIsolated(Side const& server, Side const& client, std::chrono::milliseconds limit);
 
 } // namespace dtcctl
