@@ -4,7 +4,7 @@
 /// unnoticed, and its output is what there is.
 #pragma once
 
-#include "util/export.h"
+#include "../util/export.h"
 
 #include <string>
 #include <utility>

@@ -2,7 +2,7 @@
 /// and a zero byte. See docs/variables.md.
 #pragma once
 
-#include "util/export.h"
+#include "../util/export.h"
 
 #include <string>
 #include <utility>

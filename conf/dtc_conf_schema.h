@@ -3,7 +3,7 @@
 /// constructor.
 #pragma once
 
-#include "util/export.h"
+#include "../util/export.h"
 
 #include <string>
 #include <utility>

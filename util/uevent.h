@@ -7,8 +7,8 @@
 /// uEventListener that was given it. Only AddListener throws, and only for want of memory.
 #pragma once
 
-#include "util/export.h"
-#include "util/umutex.h"
+#include "export.h"
+#include "umutex.h"
 
 #include <atomic>
 #include <pthread.h>

@@ -5,7 +5,7 @@
 /// thread is inside one. Only the constructor throws, and only for want of memory.
 #pragma once
 
-#include "util/export.h"
+#include "export.h"
 
 #include <atomic>
 #include <pthread.h>

@@ -4,7 +4,7 @@
 /// constructors, because its own constructor is a constant expression.
 #pragma once
 
-#include "util/export.h"
+#include "export.h"
 
 #include <atomic>
 #include <pthread.h>
