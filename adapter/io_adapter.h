@@ -4,8 +4,8 @@
 /// IOAdapter_Connection. The order of the virtual operations is part of the binary interface.
 #pragma once
 
-#include "adapter/dtc_io.h"
-#include "util/export.h"
+#include "../util/export.h"
+#include "dtc_io.h"
 
 namespace KORVA::DTC {
 

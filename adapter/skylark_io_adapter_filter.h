@@ -5,7 +5,7 @@
 /// compared as text. See docs/network.md.
 #pragma once
 
-#include "util/export.h"
+#include "../util/export.h"
 
 #include <optional>
 #include <string>

@@ -1,29 +1,11 @@
 // Exchanges COUNT round trips of SIZE bytes, alone and in one thread, over the library or over
 // plain sockets, so that a tracer can count what a message costs. See scripts/count-system-calls.
-#include "bench/message_road.h"
+#include "bench/road.h"
 
 #include <cstdio>
 #include <cstdlib>
 #include <string>
 #include <vector>
-
-namespace {
-
-template <typename Road>
-void exchange(unsigned long count, unsigned int size)
-{
-    std::vector<unsigned int> buffer(size / sizeof(unsigned int) + 1);
-    typename Road::Server server;
-    typename Road::Client client(server.port());
-    for (unsigned long i = 0; i < count; ++i) {
-        client.send(1, buffer.data(), size);
-        server.receive(buffer.data(), size);
-        server.send(1, buffer.data(), size);
-        client.receive(buffer.data(), size);
-    }
-}
-
-} // namespace
 
 int main(int argc, char** argv)
 {
@@ -33,9 +15,16 @@ int main(int argc, char** argv)
     }
     unsigned long const count = std::strtoul(argv[2], nullptr, 10);
     auto const size = static_cast<unsigned int>(std::strtoul(argv[3], nullptr, 10));
-    if (std::string(argv[1]) == "library")
-        exchange<bench::LibraryRoad>(count, size);
-    else
-        exchange<bench::PlainRoad>(count, size);
+    std::vector<unsigned int> buffer(size / sizeof(unsigned int) + 1);
+    bench::Road* const road =
+        std::string(argv[1]) == "library" ? bench::libraryRoad : bench::plainRoad;
+    auto const server = road(0);
+    auto const client = road(server->port());
+    for (unsigned long i = 0; i < count; ++i) {
+        client->send(1, buffer.data(), size);
+        server->receive(buffer.data(), size);
+        server->send(1, buffer.data(), size);
+        client->receive(buffer.data(), size);
+    }
     return 0;
 }

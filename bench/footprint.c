@@ -5,11 +5,10 @@
  */
 #define _POSIX_C_SOURCE 200809L
 
-#include "adapter/dtc_io.h"
-
 #include <dirent.h>
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <skylark_io/adapter/dtc_io.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -64,10 +63,8 @@ static struct footprint footprint(void)
 static void report(char const* what, struct footprint before, long parts)
 {
     struct footprint const now = footprint();
-    fprintf(results, "%s: memory,%ld / %ld,KiB\n", what, (now.rss - before.rss) / parts,
-            (now.dirty - before.dirty) / parts);
-    fprintf(results, "%s: descriptors,%ld,\n", what,
-            (now.descriptors - before.descriptors) / parts);
+    fprintf(results, "%s,%ld / %ld KiB and %ld,descriptors\n", what, (now.rss - before.rss) / parts,
+            (now.dirty - before.dirty) / parts, (now.descriptors - before.descriptors) / parts);
 }
 
 static void* load(char const* library)
@@ -111,12 +108,10 @@ static void* function(void* library, char const* name)
 /* A server, and as many clients as it has places for, each of which has sent a message. */
 static void serve(void* library)
 {
-    DTC_IO_STATUS (*create)(char const*, unsigned int, void**);
-    DTC_IO_STATUS (*open_client)(char const*, char const*, void**);
-    DTC_IO_STATUS(*send)
-    (void*, unsigned int, unsigned int, unsigned int*, unsigned int, unsigned int*);
-    DTC_IO_STATUS(*receive)
-    (void*, unsigned int*, unsigned int*, unsigned int*, unsigned int, unsigned int*, unsigned int);
+    __typeof__(&DTC_IO_Create) create;
+    __typeof__(&DTC_IO_Open) open_client;
+    __typeof__(&DTC_IO_Send_V2) send;
+    __typeof__(&DTC_IO_Receive) receive;
     *(void**)&create = function(library, "DTC_IO_Create");
     *(void**)&open_client = function(library, "DTC_IO_Open");
     *(void**)&send = function(library, "DTC_IO_Send_V2");
@@ -157,7 +152,7 @@ int main(int argc, char** argv)
     before = footprint();
     void* const library = load(argv[1]);
     report("the loaded library", before, 1);
-    fprintf(results, "the loaded library: proportional,%ld,KiB\n", footprint().pss - before.pss);
+    fprintf(results, "the loaded library in proportion,%ld,KiB\n", footprint().pss - before.pss);
     if (argc > 2)
         serve(library);
     return fclose(results);

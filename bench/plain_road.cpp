@@ -1,4 +1,4 @@
-#include "bench/message_road.h"
+#include "bench/road.h"
 
 #include <algorithm>
 #include <arpa/inet.h>
@@ -10,10 +10,6 @@
 #include <sys/select.h>
 #include <sys/socket.h>
 #include <unistd.h>
-
-#ifndef BENCH_HEADER_FLAGS
-#define BENCH_HEADER_FLAGS 0
-#endif
 
 namespace bench {
 namespace {
@@ -60,22 +56,6 @@ void receiveAll(int descriptor, void* data, std::size_t length)
     }
 }
 
-void sendMessage(int descriptor, unsigned int tag, void const* payload, unsigned int length)
-{
-    std::uint32_t const header[4] = {0xFACE0001, 0, length, tag};
-    sendAll(descriptor, header, sizeof header, BENCH_HEADER_FLAGS);
-    sendAll(descriptor, payload, length, 0);
-}
-
-unsigned int receiveMessage(int descriptor, void* payload, unsigned int size)
-{
-    std::uint32_t header[4];
-    receiveAll(descriptor, header, sizeof header);
-    require(header[0] == 0xFACE0001 && header[2] <= size, "header");
-    receiveAll(descriptor, payload, header[2]);
-    return header[3];
-}
-
 /// Waits until one of the descriptors is readable, ten seconds at most.
 void await(int one, int other)
 {
@@ -87,73 +67,106 @@ void await(int one, int other)
     require(select(std::max(one, other) + 1, &set, nullptr, nullptr, &limit) > 0, "select");
 }
 
+/// An end with one peer.
+template <int headerFlags>
+class PlainEnd : public End
+{
+public:
+    ~PlainEnd() override { close(m_connection); }
+
+    void send(unsigned int tag, unsigned int* buffer, unsigned int length) override
+    {
+        std::uint32_t const header[4] = {0xFACE0001, 0, length, tag};
+        sendAll(m_connection, header, sizeof header, headerFlags);
+        sendAll(m_connection, buffer, length, 0);
+    }
+
+protected:
+    unsigned int receiveMessage(unsigned int* buffer, unsigned int size)
+    {
+        std::uint32_t header[4];
+        receiveAll(m_connection, header, sizeof header);
+        require(header[0] == 0xFACE0001 && header[2] <= size, "header");
+        receiveAll(m_connection, buffer, header[2]);
+        return header[3];
+    }
+
+    int m_connection = -1;
+};
+
+template <int headerFlags>
+class PlainServer final : public PlainEnd<headerFlags>
+{
+public:
+    explicit PlainServer(unsigned int port) : m_listening(socket(AF_INET, SOCK_STREAM, 0))
+    {
+        linger const discard{1, 0};
+        setsockopt(m_listening, SOL_SOCKET, SO_LINGER, &discard, sizeof discard);
+        switchOn(m_listening, IPPROTO_TCP, TCP_NODELAY);
+        sockaddr_in const address = loopback(port);
+        require(bind(m_listening, reinterpret_cast<sockaddr const*>(&address), sizeof address) ==
+                        0 &&
+                    listen(m_listening, 1) == 0,
+                "listen");
+    }
+    ~PlainServer() override { close(m_listening); }
+
+    unsigned int port() override
+    {
+        sockaddr_in address{};
+        socklen_t size = sizeof address;
+        require(getsockname(m_listening, reinterpret_cast<sockaddr*>(&address), &size) == 0,
+                "getsockname");
+        return ntohs(address.sin_port);
+    }
+
+    unsigned int receive(unsigned int* buffer, unsigned int size) override
+    {
+        if (this->m_connection == -1) {
+            await(m_listening, m_listening);
+            this->m_connection = accept(m_listening, nullptr, nullptr);
+            require(this->m_connection != -1, "accept");
+            switchOn(this->m_connection, SOL_SOCKET, SO_KEEPALIVE);
+        }
+        await(m_listening, this->m_connection);
+        return this->receiveMessage(buffer, size);
+    }
+
+private:
+    int m_listening;
+};
+
+template <int headerFlags>
+class PlainClient final : public PlainEnd<headerFlags>
+{
+public:
+    explicit PlainClient(unsigned int port)
+    {
+        this->m_connection = socket(AF_INET, SOCK_STREAM, 0);
+        switchOn(this->m_connection, IPPROTO_TCP, TCP_NODELAY);
+        sockaddr_in const address = loopback(port);
+        require(connect(this->m_connection, reinterpret_cast<sockaddr const*>(&address),
+                        sizeof address) == 0,
+                "connect");
+    }
+
+    unsigned int receive(unsigned int* buffer, unsigned int size) override
+    {
+        await(this->m_connection, this->m_connection);
+        return this->receiveMessage(buffer, size);
+    }
+};
+
 } // namespace
 
-PlainServer::PlainServer() : m_listening(socket(AF_INET, SOCK_STREAM, 0))
+std::unique_ptr<End> plainRoad(unsigned int port)
 {
-    linger const discard{1, 0};
-    setsockopt(m_listening, SOL_SOCKET, SO_LINGER, &discard, sizeof discard);
-    switchOn(m_listening, IPPROTO_TCP, TCP_NODELAY);
-    sockaddr_in const address = loopback(0);
-    require(bind(m_listening, reinterpret_cast<sockaddr const*>(&address), sizeof address) == 0 &&
-                listen(m_listening, 1) == 0,
-            "listen");
+    return makeEnd<PlainServer<0>, PlainClient<0>>(port);
 }
 
-PlainServer::~PlainServer()
+std::unique_ptr<End> joinedRoad(unsigned int port)
 {
-    close(m_connection);
-    close(m_listening);
-}
-
-unsigned int PlainServer::port() const
-{
-    sockaddr_in address{};
-    socklen_t size = sizeof address;
-    require(getsockname(m_listening, reinterpret_cast<sockaddr*>(&address), &size) == 0,
-            "getsockname");
-    return ntohs(address.sin_port);
-}
-
-unsigned int PlainServer::receive(unsigned int* buffer, unsigned int size)
-{
-    if (m_connection == -1) {
-        await(m_listening, m_listening);
-        m_connection = accept(m_listening, nullptr, nullptr);
-        require(m_connection != -1, "accept");
-        switchOn(m_connection, SOL_SOCKET, SO_KEEPALIVE);
-    }
-    await(m_listening, m_connection);
-    return receiveMessage(m_connection, buffer, size);
-}
-
-void PlainServer::send(unsigned int tag, unsigned int* buffer, unsigned int length)
-{
-    sendMessage(m_connection, tag, buffer, length);
-}
-
-PlainClient::PlainClient(unsigned int port) : m_connection(socket(AF_INET, SOCK_STREAM, 0))
-{
-    switchOn(m_connection, IPPROTO_TCP, TCP_NODELAY);
-    sockaddr_in const address = loopback(port);
-    require(connect(m_connection, reinterpret_cast<sockaddr const*>(&address), sizeof address) == 0,
-            "connect");
-}
-
-PlainClient::~PlainClient()
-{
-    close(m_connection);
-}
-
-unsigned int PlainClient::receive(unsigned int* buffer, unsigned int size)
-{
-    await(m_connection, m_connection);
-    return receiveMessage(m_connection, buffer, size);
-}
-
-void PlainClient::send(unsigned int tag, unsigned int* buffer, unsigned int length)
-{
-    sendMessage(m_connection, tag, buffer, length);
+    return makeEnd<PlainServer<MSG_MORE>, PlainClient<MSG_MORE>>(port);
 }
 
 } // namespace bench

@@ -1,6 +1,6 @@
 # The build's version and, for a compiler that does not know SOURCE_DATE_EPOCH, its date and time.
 
-set(skylark_build_info_dir "${CMAKE_BINARY_DIR}/generated")
+set(skylark_build_info_dir "${PROJECT_BINARY_DIR}/generated")
 configure_file("${CMAKE_CURRENT_LIST_DIR}/build_version.h.in"
   "${skylark_build_info_dir}/build_version.h" @ONLY)
 

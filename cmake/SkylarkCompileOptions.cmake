@@ -1,4 +1,5 @@
-# Options that every target of the tree is compiled with: skylark_compile_options, linked privately.
+# What every target of the tree is compiled with: skylark_compile_options, linked privately. Sources name the tree's
+# headers from its root; those that programs may include, also as programs do.
 
 add_library(skylark_compile_options INTERFACE)
 
@@ -7,11 +8,12 @@ if(SKYLARK_WERROR)
   list(APPEND skylark_warnings -Werror)
 endif()
 
+target_include_directories(skylark_compile_options INTERFACE "${PROJECT_SOURCE_DIR}" "${skylark_include_dir}")
 target_compile_options(skylark_compile_options INTERFACE
   ${skylark_warnings}
   $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor;-Woverloaded-virtual>
   # The same tree gives the same bytes wherever it lies.
-  -ffile-prefix-map=${CMAKE_SOURCE_DIR}/=)
+  -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
 
 # On a 32-bit machine: sizes of files above 2 GiB, physical addresses above 2 GiB, and dates after 2038. No
 # header of the library shows such a type.

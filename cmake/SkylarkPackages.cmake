@@ -74,7 +74,7 @@ foreach(component IN LISTS CPACK_COMPONENTS_ALL)
   set(CPACK_DEBIAN_${key}_PACKAGE_CONFLICTS "${other}${${component}_suffix}")
   set(CPACK_DEBIAN_${key}_DESCRIPTION "${${component}_text}\n.\n${platform}")
 
-  set(directory "${CMAKE_BINARY_DIR}/generated/package/${name}")
+  set(directory "${PROJECT_BINARY_DIR}/generated/package/${name}")
   configure_file("${CMAKE_CURRENT_LIST_DIR}/package/changelog.in" "${directory}/changelog.Debian" @ONLY)
   execute_process(COMMAND "${SKYLARK_GZIP}" -9nf "${directory}/changelog.Debian" COMMAND_ERROR_IS_FATAL ANY)
   install(FILES "${directory}/changelog.Debian.gz" "${CMAKE_CURRENT_LIST_DIR}/package/copyright"

@@ -2,10 +2,10 @@
 /// exceptions, the running system and the firmware.
 #pragma once
 
-#include "conf/dtc_conf_checksum.h"
-#include "conf/dtc_conf_gpp_firmware.h"
-#include "conf/dtc_conf_gpp_system.h"
-#include "conf/dtc_conf_image.h"
-#include "conf/dtc_conf_schema.h"
-#include "conf/dtc_conf_status.h"
-#include "conf/dtc_conf_vars.h"
+#include "dtc_conf_checksum.h"
+#include "dtc_conf_gpp_firmware.h"
+#include "dtc_conf_gpp_system.h"
+#include "dtc_conf_image.h"
+#include "dtc_conf_schema.h"
+#include "dtc_conf_status.h"
+#include "dtc_conf_vars.h"

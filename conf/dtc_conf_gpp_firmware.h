@@ -5,7 +5,7 @@
 /// callers serialise. Not to be interrupted: what ends the process ends a command half-way.
 #pragma once
 
-#include "util/export.h"
+#include "../util/export.h"
 
 namespace KORVA::DTC::CONF {
 

@@ -4,8 +4,8 @@
 /// unnoticed, and its output is what there is.
 #pragma once
 
-#include "conf/dtc_conf_vars.h"
-#include "util/export.h"
+#include "../util/export.h"
+#include "dtc_conf_vars.h"
 
 #include <string>
 

@@ -2,8 +2,8 @@
 /// and a zero byte. See docs/variables.md.
 #pragma once
 
-#include "conf/dtc_conf_vars.h"
-#include "util/export.h"
+#include "../util/export.h"
+#include "dtc_conf_vars.h"
 
 namespace KORVA::DTC::CONF {
 

@@ -3,8 +3,8 @@
 /// constructor.
 #pragma once
 
-#include "conf/dtc_conf_vars.h"
-#include "util/export.h"
+#include "../util/export.h"
+#include "dtc_conf_vars.h"
 
 namespace KORVA::DTC::CONF {
 

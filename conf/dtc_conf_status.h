@@ -3,7 +3,7 @@
 /// The error text and the log switch are process-wide; threads may use both at the same time.
 #pragma once
 
-#include "util/export.h"
+#include "../util/export.h"
 
 #include <exception>
 #include <string>

@@ -5,7 +5,7 @@
 /// thread at a time.
 #pragma once
 
-#include "util/export.h"
+#include "../util/export.h"
 
 #include <string>
 #include <utility>

@@ -1,7 +1,7 @@
 /* The smallest complete adapter library, "example_io.so": carries messages between programs of one
  * machine, over a local socket named after the service. One thread, four clients a server. */
 #define _GNU_SOURCE /* accept4 */
-#include <adapter/dtc_io.h>
+#include <skylark_io/adapter/dtc_io.h>
 
 #include <errno.h>
 #include <poll.h>

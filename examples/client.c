@@ -1,5 +1,5 @@
 /* The smallest complete client: sends one message to the "dtc_io" service and prints the reply. */
-#include <adapter/dtc_io.h>
+#include <skylark_io/adapter/dtc_io.h>
 
 #include <stdio.h>
 #include <string.h>

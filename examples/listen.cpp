@@ -1,6 +1,6 @@
 // The smallest program with a listener: answers every "dtc_io" message, whichever device it comes
 // from, with the same bytes. Arguments: device names, "skylark0" for skylark_io.so.
-#include <loader/io_adapter_listener.h>
+#include <skylark_io/loader/io_adapter_listener.h>
 
 #include <chrono>
 #include <cstdarg>

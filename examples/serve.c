@@ -1,5 +1,5 @@
 /* The smallest complete serving program: answers every "dtc_io" message with the same bytes. */
-#include <adapter/dtc_io.h>
+#include <skylark_io/adapter/dtc_io.h>
 
 #include <stdio.h>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "adapter/dtc_io.h"
-#include "util/export.h"
+#include "../adapter/dtc_io.h"
+#include "../util/export.h"
 
 namespace KORVA::DTC {
 

@@ -7,9 +7,9 @@
 /// be null.
 #pragma once
 
-#include "adapter/io_adapter.h"
-#include "loader/dtc_logger.h"
-#include "util/export.h"
+#include "../adapter/io_adapter.h"
+#include "../util/export.h"
+#include "dtc_logger.h"
 
 #include <memory>
 #include <string>

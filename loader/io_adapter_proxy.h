@@ -4,11 +4,11 @@
 /// memory throws. Nothing here is locked: one thread at a time may use a proxy and its connections.
 #pragma once
 
-#include "adapter/io_adapter.h"
-#include "loader/io_adapter_library_interface.h"
-#include "loader/io_adapter_proxy_connection.h"
-#include "util/export.h"
-#include "util/udll.h"
+#include "../adapter/io_adapter.h"
+#include "../util/export.h"
+#include "../util/udll.h"
+#include "io_adapter_library_interface.h"
+#include "io_adapter_proxy_connection.h"
 
 #include <memory>
 #include <string>

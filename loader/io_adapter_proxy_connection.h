@@ -1,8 +1,8 @@
 #pragma once
 
-#include "adapter/io_adapter.h"
-#include "loader/io_adapter_library_interface.h"
-#include "util/export.h"
+#include "../adapter/io_adapter.h"
+#include "../util/export.h"
+#include "io_adapter_library_interface.h"
 
 #include <string>
 

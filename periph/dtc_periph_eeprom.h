@@ -2,7 +2,7 @@
 /// it is for one thread at a time in any case.
 #pragma once
 
-#include "util/export.h"
+#include "../util/export.h"
 
 namespace KORVA::DTC::PERIPH {
 

@@ -1,7 +1,7 @@
 /// The error type of every peripheral driver.
 #pragma once
 
-#include "util/export.h"
+#include "../util/export.h"
 
 #include <exception>
 #include <string>

@@ -2,8 +2,8 @@
 /// 0x08000000 to 0x0800FFFF. Each access is a single 16-bit load or store; nothing is locked.
 #pragma once
 
-#include "periph/dtc_periph_mmd_linux.h"
-#include "util/export.h"
+#include "../util/export.h"
+#include "dtc_periph_mmd_linux.h"
 
 #include <array>
 

@@ -2,8 +2,8 @@
 /// other threads or programs holds the lock "i2c" (I2C_LOCK) around a whole sequence of transfers.
 #pragma once
 
-#include "periph/dtc_periph_mmd_linux.h"
-#include "util/export.h"
+#include "../util/export.h"
+#include "dtc_periph_mmd_linux.h"
 
 namespace KORVA::DTC::PERIPH {
 

@@ -2,7 +2,7 @@
 /// for I2C.
 #pragma once
 
-#include "util/export.h"
+#include "../util/export.h"
 
 namespace KORVA::DTC::PERIPH {
 

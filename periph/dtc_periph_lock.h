@@ -6,8 +6,8 @@
 /// somebody removes it.
 #pragma once
 
-#include "util/export.h"
-#include "util/umutex.h"
+#include "../util/export.h"
+#include "../util/umutex.h"
 
 #include <string>
 

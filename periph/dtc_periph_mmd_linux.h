@@ -1,7 +1,7 @@
 /// One page of physical memory, mapped into the process.
 #pragma once
 
-#include "util/export.h"
+#include "../util/export.h"
 
 namespace KORVA::DTC::PERIPH {
 

@@ -2,8 +2,8 @@
 /// 0x01C40000. Nothing is locked; each change is a read, a change and a write.
 #pragma once
 
-#include "periph/dtc_periph_mmd_linux.h"
-#include "util/export.h"
+#include "../util/export.h"
+#include "dtc_periph_mmd_linux.h"
 
 namespace KORVA::DTC::PERIPH {
 

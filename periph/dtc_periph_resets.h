@@ -1,7 +1,7 @@
 /// The reset lines and the board revision, on pins of an I/O expander. Locks as for I2C.
 #pragma once
 
-#include "util/export.h"
+#include "../util/export.h"
 
 namespace KORVA::DTC::PERIPH {
 

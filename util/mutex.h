@@ -1,6 +1,6 @@
 #pragma once
 
-#include "util/thread_annotations.h"
+#include "thread_annotations.h"
 
 #include <mutex>
 

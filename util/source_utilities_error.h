@@ -1,6 +1,6 @@
 #pragma once
 
-#include "util/export.h"
+#include "export.h"
 
 #include <stdexcept>
 

@@ -7,7 +7,7 @@
 /// Pointers must not be null, where nothing else is said. One thread at a time may use an object.
 #pragma once
 
-#include "util/export.h"
+#include "export.h"
 
 #include <string>
 

@@ -7,9 +7,9 @@
 /// uEventListener that was given it. Only AddListener throws, and only for want of memory.
 #pragma once
 
-#include "util/export.h"
-#include "util/mutex.h"
-#include "util/umutex.h"
+#include "export.h"
+#include "mutex.h"
+#include "umutex.h"
 
 #include <atomic>
 #include <pthread.h>

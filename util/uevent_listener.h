@@ -5,8 +5,8 @@
 /// thread is inside one. Only the constructor throws, and only for want of memory.
 #pragma once
 
-#include "util/export.h"
-#include "util/mutex.h"
+#include "export.h"
+#include "mutex.h"
 
 #include <atomic>
 #include <pthread.h>

@@ -4,8 +4,8 @@
 /// constructors, because its own constructor is a constant expression.
 #pragma once
 
-#include "util/export.h"
-#include "util/thread_annotations.h"
+#include "export.h"
+#include "thread_annotations.h"
 
 #include <atomic>
 #include <pthread.h>

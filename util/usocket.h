@@ -12,7 +12,7 @@
 /// that has gone.
 #pragma once
 
-#include "util/export.h"
+#include "export.h"
 
 #include <string>
 

@@ -5,8 +5,8 @@
 /// changes nothing. A function that produces text returns the string it wrote to.
 #pragma once
 
-#include "util/export.h"
-#include "util/source_utilities_error.h"
+#include "export.h"
+#include "source_utilities_error.h"
 
 #include <cstddef>
 #include <string>

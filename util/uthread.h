@@ -1,9 +1,9 @@
 /// A detached worker thread that runs a uRunnable.
 #pragma once
 
-#include "util/export.h"
-#include "util/uevent.h"
-#include "util/umutex.h"
+#include "export.h"
+#include "uevent.h"
+#include "umutex.h"
 
 #include <atomic>
 #include <pthread.h>

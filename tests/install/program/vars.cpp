@@ -1,5 +1,5 @@
 // Gives the box a name and prints what it reads back.
-#include <conf/dtc_conf.h>
+#include <skylark_io/conf/dtc_conf.h>
 
 #include <cstdio>
 
