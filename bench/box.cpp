@@ -10,8 +10,8 @@
 #include <skylark_io/adapter/dtc_io.h>
 #include <skylark_io/conf/dtc_conf_gpp_system.h>
 #include <skylark_io/conf/dtc_conf_vars.h>
+#include <skylark_io/periph/dtc_periph_eeprom.h>
 #include <skylark_io/periph/dtc_periph_fpga.h>
-#include <skylark_io/periph/dtc_periph_i2c_linux.h>
 #include <skylark_io/periph/dtc_periph_led.h>
 #include <string>
 #include <vector>

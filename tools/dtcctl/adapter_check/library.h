@@ -1,7 +1,7 @@
 #pragma once
 
-#include "adapter/dtc_io.h"
-#include "util/udll.h"
+#include <skylark_io/adapter/dtc_io.h>
+#include <skylark_io/util/udll.h>
 
 #include <array>
 #include <atomic>

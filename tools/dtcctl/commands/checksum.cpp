@@ -1,4 +1,4 @@
-#include "conf/dtc_conf_checksum.h"
+#include <skylark_io/conf/dtc_conf_checksum.h>
 
 #include "tools/dtcctl/commands.h"
 #include "tools/dtcctl/support/failure.h"

@@ -1,4 +1,4 @@
-#include "periph/dtc_periph_eeprom.h"
+#include <skylark_io/periph/dtc_periph_eeprom.h>
 
 #include "tools/dtcctl/commands.h"
 #include "tools/dtcctl/support/failure.h"

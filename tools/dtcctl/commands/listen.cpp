@@ -1,4 +1,4 @@
-#include "loader/io_adapter_listener.h"
+#include <skylark_io/loader/io_adapter_listener.h>
 
 #include "tools/dtcctl/commands.h"
 #include "tools/dtcctl/support/connection.h"

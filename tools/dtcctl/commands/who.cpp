@@ -1,6 +1,6 @@
-#include "adapter/skylark_io_adapter_filter.h"
-#include "conf/dtc_conf_schema.h"
-#include "conf/dtc_conf_vars.h"
+#include <skylark_io/adapter/skylark_io_adapter_filter.h>
+#include <skylark_io/conf/dtc_conf_schema.h>
+#include <skylark_io/conf/dtc_conf_vars.h>
 
 #include "tools/dtcctl/commands.h"
 #include "tools/dtcctl/support/address.h"

@@ -1,7 +1,5 @@
-#include "conf/dtc_conf_gpp_firmware.h"
+#include <skylark_io/conf/dtc_conf_gpp_firmware.h>
 
-#include "conf/dtc_conf_schema.h"
-#include "conf/dtc_conf_vars.h"
 #include "tools/dtcctl/box/path.h"
 #include "tools/dtcctl/commands.h"
 #include "tools/dtcctl/firmware/archive.h"
@@ -10,6 +8,8 @@
 #include "tools/dtcctl/support/library_call.h"
 #include "tools/dtcctl/support/progress.h"
 #include "tools/dtcctl/support/text.h"
+#include <skylark_io/conf/dtc_conf_schema.h>
+#include <skylark_io/conf/dtc_conf_vars.h>
 
 #include <algorithm>
 #include <cstdio>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "adapter/dtc_io.h"
+#include <skylark_io/adapter/dtc_io.h>
 
 #include <memory>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "periph/dtc_periph_lock.h"
+#include <skylark_io/periph/dtc_periph_lock.h>
 
 #include <csignal>
 #include <cstdio>

@@ -1,12 +1,12 @@
 #include "tools/dtcctl/vars/advice.h"
 
-#include "conf/dtc_conf_image.h"
-#include "conf/dtc_conf_schema.h"
-#include "conf/dtc_conf_status.h"
-#include "conf/dtc_conf_vars.h"
-#include "periph/dtc_periph_eeprom.h"
 #include "tools/dtcctl/support/failure.h"
 #include "tools/dtcctl/support/text.h"
+#include <skylark_io/conf/dtc_conf_image.h>
+#include <skylark_io/conf/dtc_conf_schema.h>
+#include <skylark_io/conf/dtc_conf_status.h>
+#include <skylark_io/conf/dtc_conf_vars.h>
+#include <skylark_io/periph/dtc_periph_eeprom.h>
 
 #include <algorithm>
 #include <cstdlib>

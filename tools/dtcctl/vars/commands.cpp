@@ -1,6 +1,5 @@
-#include "conf/dtc_conf_vars.h"
+#include <skylark_io/conf/dtc_conf_vars.h>
 
-#include "conf/dtc_conf_schema.h"
 #include "tools/dtcctl/commands.h"
 #include "tools/dtcctl/support/failure.h"
 #include "tools/dtcctl/support/interrupt.h"
@@ -8,6 +7,7 @@
 #include "tools/dtcctl/support/options.h"
 #include "tools/dtcctl/support/text.h"
 #include "tools/dtcctl/vars/advice.h"
+#include <skylark_io/conf/dtc_conf_schema.h>
 
 #include <algorithm>
 #include <cstdio>
