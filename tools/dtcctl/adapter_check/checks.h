@@ -4,6 +4,7 @@
 #include "tools/dtcctl/adapter_check/end.h"
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -19,6 +20,9 @@ struct Check
     Stage shows; ///< What the library has shown when the check is ok.
     std::function<void(CheckSide&)> server;
     std::function<void(CheckSide&)> client{}; ///< Empty: one process does it alone.
+    /// A library without it is not asked: a side that notices halfway has to be ended together with
+    /// the other one, which may hold something of the machine just then.
+    std::optional<Entry> optional{};
 };
 
 /// In the order in which they run.

@@ -111,11 +111,10 @@ private:
         return finding;
     }
 
+    bool has(Entry entry) const { return m_survey->has[static_cast<std::size_t>(entry)]; }
+
     Finding missingEntries() const
     {
-        auto const has = [this](Entry entry) {
-            return m_survey->has[static_cast<std::size_t>(entry)];
-        };
         std::string missing;
         for (std::size_t i = 0; i < entryNames.size(); ++i) {
             auto const entry = static_cast<Entry>(i);
@@ -131,6 +130,8 @@ private:
     {
         if (check.needs > m_stage)
             return {Result::Skipped, reasonsWithout[static_cast<int>(check.needs)]};
+        if (check.optional && !has(*check.optional))
+            return {Result::Skipped, nameOf(*check.optional) + std::string(" is not there")};
         Finding finding = runIsolated(sideOf(check.server), sideOf(check.client), m_subject.limit);
         if (finding.result == Result::Ok)
             m_stage = std::max(m_stage, check.shows);

@@ -5,6 +5,8 @@
 #include "platform/simulated/expander.h"
 #include "tools/dtcctl/box/path.h"
 
+#include <skylark_io/periph/dtc_periph_resets.h>
+
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
@@ -19,6 +21,7 @@ namespace dtcctl {
 namespace {
 
 namespace fs = std::filesystem;
+namespace PERIPH = KORVA::DTC::PERIPH;
 using KORVA::DTC::PLATFORM::Expander;
 
 constexpr std::size_t shownLines = 5;
@@ -159,8 +162,6 @@ Json lastLines(std::string const& path)
 Json lookAtBox()
 {
     // Where the drivers have them, by the data of the board.
-    constexpr unsigned int fpgaResetPin = 6;
-    constexpr unsigned int boxResetPin = 7;
     constexpr std::streamoff revisionAddress = 0x06000000;
     constexpr std::streamoff pinMultiplexerAddress = 0x01C40000;
     std::string const box = KORVA::DTC::PLATFORM::boxRoot();
@@ -171,8 +172,8 @@ Json lookAtBox()
     Json state = {{"directory", box}};
     for (unsigned int const pin : {0U, 1U, 2U})
         state["leds"].push_back(pinOf(leds, pin, "on", "off"));
-    state["resets"] = {{"fpga", pinOf(resets, fpgaResetPin, "held low", "driven high")},
-                       {"box", pinOf(resets, boxResetPin, "held low", "driven high")}};
+    state["resets"] = {{"fpga", pinOf(resets, PERIPH::FPGA_RESET_PIN, "held low", "driven high")},
+                       {"box", pinOf(resets, PERIPH::BOX_RESET_PIN, "held low", "driven high")}};
     state["board_revision"] = resets.pins() & 0xFU;
     state["fpga_revision"] = registerAt<std::uint16_t>(memory, revisionAddress);
     state["pin_multiplexer"] = {registerAt<std::uint32_t>(memory, pinMultiplexerAddress),

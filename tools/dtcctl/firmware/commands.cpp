@@ -29,25 +29,18 @@ struct FirmwareOptions
     bool unsafe = false;
 };
 
-struct Image
-{
-    char const* name;
-    char const* deviceInSafeMode;
-    char const* deviceOtherwise;
-};
-
-constexpr Image images[] = {{"rootfs.tar.gz", "/dev/mtd5", "/dev/mtd3"},
-                            {"uImage", "/dev/mtd4", "/dev/mtd2"}};
+using Image = CONF::FirmwareImage;
 
 /// The image that the library takes a file in "/tmp" for; it looks for the names in a listing,
 /// which leaves hidden files out.
 Image const* imageSeenIn(std::string const& name)
 {
     auto const* const found =
-        std::find_if(std::begin(images), std::end(images), [&name](Image const& image) {
-            return name.front() != '.' && name.find(image.name) != std::string::npos;
-        });
-    return found != std::end(images) ? found : nullptr;
+        std::find_if(std::begin(CONF::firmwareImages), std::end(CONF::firmwareImages),
+                     [&name](Image const& image) {
+                         return name.front() != '.' && name.find(image.name) != std::string::npos;
+                     });
+    return found != std::end(CONF::firmwareImages) ? found : nullptr;
 }
 
 /// What unpacking an archive brings into "/tmp".
@@ -104,7 +97,7 @@ Contents contentsOf(std::string const& file)
 /// The library would write them as if they had come with the archive.
 void requireNoImagesLeft(std::string const& upload)
 {
-    if (std::any_of(std::begin(images), std::end(images),
+    if (std::any_of(std::begin(CONF::firmwareImages), std::end(CONF::firmwareImages),
                     [&](Image const& image) { return upload == image.name; }))
         throw Failure(upload + ": an archive must not have the name of an image; rename it");
     for (fs::directory_entry const& entry : fs::directory_iterator(boxPath("/tmp"))) {
@@ -136,8 +129,8 @@ void allowUnsafeUpdate()
 void print(Contents const& contents, bool safe)
 {
     for (Image const* const image : contents.images)
-        std::printf("%s goes to %s\n", image->name,
-                    safe ? image->deviceInSafeMode : image->deviceOtherwise);
+        std::printf("%s goes to /dev/mtd%s\n", image->name,
+                    safe ? image->partitionInSafeMode : image->partitionOtherwise);
     for (std::string const& name : contents.others)
         std::printf("%s goes to /tmp and stays there\n", printable(name).c_str());
 }
