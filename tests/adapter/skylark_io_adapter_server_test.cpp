@@ -13,6 +13,20 @@ namespace {
 
 constexpr std::clock_t processorMs = CLOCKS_PER_SEC / 1000;
 
+/// From now on, and for so long, the process can open no descriptor.
+std::thread takeDescriptorsFor(std::chrono::milliseconds duration)
+{
+    std::atomic<bool> areTaken{false};
+    std::thread filler([duration, &areTaken] {
+        NoMoreDescriptors const none;
+        areTaken = true;
+        std::this_thread::sleep_for(duration);
+    });
+    while (!areTaken)
+        std::this_thread::yield();
+    return filler;
+}
+
 TEST_F(ServerTest, ServesEightClientsTheLowestReadyPlaceFirst)
 {
     for (int i = 0; i < 8; ++i)
@@ -231,11 +245,7 @@ TEST_F(ServerTest, PausesWithoutDescriptorsAndRefusesOneThatSelectCannotTake)
     waits.send(message("patient", 1));
     EXPECT_EQ(receive().payload, "patient");
     peers.emplace_back(server.port()).send(message("within one wait", 1));
-    std::optional<NoMoreDescriptors> none(std::in_place);
-    std::thread frees([&] {
-        std::this_thread::sleep_for(std::chrono::milliseconds(120));
-        none.reset();
-    });
+    std::thread frees = takeDescriptorsFor(std::chrono::milliseconds(120));
     EXPECT_EQ(receive().payload, "within one wait");
     frees.join();
     RawPeer& refused = peers.emplace_back(server.port());
@@ -255,14 +265,7 @@ TEST_F(ServerTest, WaitsTheFullTimeAnewOnceItHasAcceptedAClient)
     std::chrono::steady_clock::time_point accepted;
     server.whenAsked = [&] { accepted = std::chrono::steady_clock::now(); };
     peers.emplace_back(server.port());
-    std::atomic<bool> isFull{false};
-    std::thread filler([&] {
-        NoMoreDescriptors const none;
-        isFull = true;
-        std::this_thread::sleep_for(std::chrono::milliseconds(150));
-    });
-    while (!isFull)
-        std::this_thread::yield();
+    std::thread filler = takeDescriptorsFor(std::chrono::milliseconds(150));
     while (accepted == std::chrono::steady_clock::time_point())
         EXPECT_EQ(server.receive_ready(400), DTC_IO_TIMEOUT);
     EXPECT_GE(std::chrono::steady_clock::now() - accepted, std::chrono::milliseconds(400));
