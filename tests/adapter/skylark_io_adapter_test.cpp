@@ -3,9 +3,11 @@
 #include "adapter/dtc_io.h"
 #include "adapter/skylark_io_adapter_connection.h"
 #include "tests/support/descriptors.h"
+#include "tests/support/memory_requests.h"
 #include "tests/support/signal_storm.h"
 
 #include <csignal>
+#include <functional>
 #include <gtest/gtest.h>
 #include <sys/select.h>
 #include <thread>
@@ -121,6 +123,34 @@ TEST_F(AdapterTest, HandsOutConnectionsOrTheReasonForNone)
     DTC_IO_Close(client);
     EXPECT_NE(adapter.create("dtc_io", 0), nullptr) << "the port is free again";
     EXPECT_EQ(std::signal(SIGPIPE, SIG_IGN), SIG_IGN);
+}
+
+// Whichever request for memory is the one that fails.
+TEST_F(AdapterTest, GivesNoConnectionWhenMemoryRunsOut)
+{
+    void* server = nullptr;
+    ASSERT_EQ(DTC_IO_Create("dtc_io", 0, &server), DTC_IO_SUCCESS) << "and the network is set up";
+    std::function<DTC_IO_STATUS(void**)> const makers[] = {
+        [](void** made) { return DTC_IO_Open("0x7F000001", "dtc_io", made); },
+        [](void** made) { return DTC_IO_Create("dtc_conf", 0, made); }};
+    for (auto const& make : makers) {
+        void* made = &made;
+        int refusals = 0;
+        for (int granted = 0; made == &made; ++granted) {
+            memoryRequestsLeft = granted;
+            DTC_IO_STATUS const status = make(&made);
+            memoryRequestsLeft = -1;
+            DTC_IO_Receive_Ready(server, 0); // few clients can wait to be accepted
+            EXPECT_EQ(status, made == nullptr ? DTC_IO_NO_CONNECTION : DTC_IO_SUCCESS);
+            if (made == nullptr) {
+                ++refusals;
+                made = &made;
+            }
+        }
+        EXPECT_GT(refusals, 1);
+        DTC_IO_Close(made);
+    }
+    DTC_IO_Close(server);
 }
 
 // Whoever fails to create a server, or closes a connection, gives it up whole, in any thread.

@@ -6,9 +6,6 @@
 
 namespace testing_support {
 
-/// How many of its requests for memory the thread is still granted; -1: all.
-extern thread_local int memoryRequestsLeft;
-
 /// Reads what the recording adapters write down.
 class AdapterTest : public testing::Test
 {

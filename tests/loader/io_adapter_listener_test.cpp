@@ -2,6 +2,7 @@
 
 #include "tests/loader/adapter_fixture.h"
 #include "tests/support/exchange.h"
+#include "tests/support/memory_requests.h"
 
 #include <algorithm>
 #include <atomic>

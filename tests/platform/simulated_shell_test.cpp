@@ -2,9 +2,9 @@
 #include "platform/platform.h"
 #include "platform/simulated/box_files.h"
 #include "platform/simulated/shell_text.h"
-#include "tests/loader/adapter_fixture.h"
 #include "tests/support/box_state.h"
 #include "tests/support/descriptors.h"
+#include "tests/support/memory_requests.h"
 
 #include <ctime>
 #include <filesystem>

@@ -1,5 +1,6 @@
-#include "tests/loader/adapter_fixture.h"
+#include "tests/support/memory_requests.h"
 
+#include <cstdlib>
 #include <new>
 
 namespace testing_support {
