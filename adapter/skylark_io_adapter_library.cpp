@@ -24,7 +24,7 @@ char const* logApp = "skylark_io_adapter";
 namespace {
 
 // Built in this order when the library is loaded, destroyed in the reverse order when it is
-// unloaded. Destroying the adapter closes what is still open.
+// unloaded: g_ending, the last one, first. Destroying the adapter closes what is still open.
 skylark_IOAdapter g_adapter;
 ErrorText g_last_error;
 

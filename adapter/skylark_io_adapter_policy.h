@@ -1,4 +1,5 @@
-/// Who may be a client of a server, and what is recorded of it.
+/// How the two services differ: from how many machines clients may come, and what is recorded of
+/// them. Who is admitted tells skylark_io_adapter_admission.h.
 #pragma once
 
 #include "adapter/skylark_io_adapter_server.h"

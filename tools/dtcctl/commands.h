@@ -8,8 +8,8 @@
 
 namespace dtcctl {
 
-// Each adds its subcommand, which fails by an exception: one of support/failure.h, or
-// CLI::RuntimeError where the results tell what failed.
+// Each adds its subcommand; the table in main.cpp calls them. A subcommand fails by an exception:
+// one of support/failure.h, or CLI::RuntimeError where the results tell what failed.
 void addServe(CLI::App& program);
 void addSend(CLI::App& program);
 void addPing(CLI::App& program);
