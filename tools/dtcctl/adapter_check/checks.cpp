@@ -235,7 +235,7 @@ void sendsUncounted(End& client)
 {
     client.fill(8, 3);
     DTC_IO_STATUS const status = client.side().adapter.call<Entry::SendV2>(
-        client.handle(), 0, 3, client.words(), 8, nullptr);
+        client.handle(), 0U, 3U, client.words(), 8U, nullptr);
     expect(status == DTC_IO_SUCCESS, gave(Entry::SendV2, status));
     client.awaitMessage(3, 8);
 }
@@ -244,7 +244,7 @@ void sendsOldWay(End& client)
 {
     client.fill(8, 3);
     DTC_IO_STATUS const status =
-        client.side().adapter.call<Entry::Send>(client.handle(), 0, 3, client.words(), 8);
+        client.side().adapter.call<Entry::Send>(client.handle(), 0U, 3U, client.words(), 8U);
     expect(status == DTC_IO_SUCCESS, gave(Entry::Send, status));
     client.awaitMessage(3, 8);
 }
